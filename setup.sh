@@ -1,0 +1,46 @@
+#!/usr/bin/env bash
+# Sets up, builds and runs Corvane on Debian 12.
+#   ./setup.sh run    install what is missing, build, and start Corvane's main job
+#   ./setup.sh test   install what is missing, build, and run the tests
+set -euo pipefail
+cd "$(dirname "$0")"
+
+PACKAGES=(g++ cmake ninja-build pkg-config qt6-base-dev libsqlite3-dev xvfb xauth)
+BUILD_DIR=${CORVANE_BUILD_DIR:-build}
+
+install_missing() {
+    local missing=()
+    for package in "${PACKAGES[@]}"; do
+        dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q "install ok installed" \
+            || missing+=("$package")
+    done
+    [ ${#missing[@]} -eq 0 ] && return 0
+    echo "Installing: ${missing[*]}"
+    local sudo=()
+    [ "$(id -u)" -eq 0 ] || sudo=(sudo)
+    "${sudo[@]}" apt-get update -qq
+    DEBIAN_FRONTEND=noninteractive "${sudo[@]}" apt-get install -y -qq --no-install-recommends \
+        "${missing[@]}"
+}
+
+build() {
+    cmake -S . -B "$BUILD_DIR" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCORVANE_WERROR=ON >/dev/null
+    cmake --build "$BUILD_DIR"
+}
+
+case "${1:-run}" in
+run)
+    install_missing
+    build
+    exec "$BUILD_DIR/src/app/corvane" "$BUILD_DIR/share/corvane/demo/demo.que"
+    ;;
+test)
+    install_missing
+    build
+    QT_QPA_PLATFORM=offscreen ctest --test-dir "$BUILD_DIR" --output-on-failure -j "$(nproc)"
+    ;;
+*)
+    echo "usage: $0 run|test" >&2
+    exit 2
+    ;;
+esac

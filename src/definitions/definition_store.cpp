@@ -1,0 +1,161 @@
+#include "definitions/definition_store.h"
+
+#include "definitions/sqlite_file.h"
+#include "state/error.h"
+#include "state/helpers.h"
+#include "state/text.h"
+
+#include <QSet>
+
+namespace corvane {
+
+namespace {
+
+QString Quoted(const QString& path) { return QLatin1Char('\'') + path + QLatin1Char('\''); }
+
+// The path of a file that a definition names, found without regard to letter case; a missing
+// file is the store's "could not find file" error.
+QString Locate(const QString& path) {
+    const auto found = FindFile(path);
+    if (!found)
+        raise(ErrorNumber::DatabaseNotFound,
+              QStringLiteral("Could not find file ") + Quoted(path) + QLatin1Char('.'));
+    return *found;
+}
+
+QString TableName(SqliteFile& file, const QString& wanted) {
+    const auto rows = file.Query(
+        QStringLiteral("SELECT name FROM sqlite_master WHERE type = 'table' AND lower(name) = ?"),
+        nullptr, {FieldValue::FromText(wanted.toLower())});
+    if (rows.empty())
+        return QString();
+    return rows.front().front().ToText();
+}
+
+QString QuotedIdentifier(const QString& name) {
+    QString quoted = name;
+    quoted.replace(QLatin1Char('"'), QStringLiteral("\"\""));
+    return QLatin1Char('"') + quoted + QLatin1Char('"');
+}
+
+void Verify(SqliteFile& file, DefinitionKind kind) {
+    const auto check = file.Query(QStringLiteral("PRAGMA quick_check"));
+    if (check.empty() || check.front().front().ToText() != QLatin1String("ok"))
+        raise(ErrorNumber::DamagedDefinitionFile,
+              Quoted(file.Path()) + QStringLiteral(" is damaged (") +
+                  (check.empty() ? QString() : check.front().front().ToText()) +
+                  QStringLiteral("). Use a saved copy or make it again with corvane-def."));
+
+    const auto unsafe = file.Query(QStringLiteral(
+        "SELECT type, name FROM sqlite_master WHERE type IN ('trigger', 'view') LIMIT 1"));
+    if (!unsafe.empty())
+        raise(ErrorNumber::UnsafeDefinitionFile,
+              Quoted(file.Path()) + QStringLiteral(" holds a ") + unsafe.front()[0].ToText() +
+                  QStringLiteral(" ('") + unsafe.front()[1].ToText() +
+                  QStringLiteral("'). Definition files hold tables only, so it is not used."));
+
+    const QString table = TableName(file, QStringLiteral("Table1"));
+    if (table.isEmpty())
+        raise(ErrorNumber::MissingTable,
+              Quoted(file.Path()) + QStringLiteral(" has no table Table1, so it is not an ") +
+                  KindName(kind) + QStringLiteral(" file."));
+
+    QSet<QString> present;
+    for (const auto& row :
+         file.Query(QStringLiteral("PRAGMA table_info(") + QuotedIdentifier(table) + QLatin1Char(')')))
+        present.insert(row.at(1).ToText().toLower());
+    for (const ColumnSpec& column : Table1Columns(kind)) {
+        if (column.required && !present.contains(column.name.toLower()))
+            raise(ErrorNumber::MissingColumn,
+                  Quoted(file.Path()) + QStringLiteral(": table Table1 has no column '") +
+                      column.name + QStringLiteral("', which every ") + KindName(kind) +
+                      QStringLiteral(" file has."));
+    }
+}
+
+RecordSet ReadTable1(const QString& path, DefinitionKind kind) {
+    SqliteFile file(Locate(path), SqliteFile::Mode::ReadOnly);
+    Verify(file, kind);
+    QStringList columns;
+    auto rows = file.Query(QStringLiteral("SELECT * FROM ") +
+                               QuotedIdentifier(TableName(file, QStringLiteral("Table1"))),
+                           &columns);
+    return RecordSet(path, columns, std::move(rows));
+}
+
+} // namespace
+
+void VerifyDefinitionFile(const QString& path, DefinitionKind kind) {
+    SqliteFile file(Locate(path), SqliteFile::Mode::ReadOnly);
+    Verify(file, kind);
+}
+
+RecordSet ReadExperimentRows(const QString& path) {
+    RecordSet rows = ReadTable1(path, DefinitionKind::Experiment);
+    rows.SortBy({QStringLiteral("file")});
+    return rows;
+}
+
+RecordSet ReadConditionRows(const QString& path, const QString& condition) {
+    const QString wanted = Normalised(condition);
+    if (wanted.contains(QLatin1Char('\'')))
+        raise(ErrorNumber::QuerySyntax,
+              QStringLiteral("Syntax error in string in query expression 'trim(lcase(Condition)) "
+                             "= '") +
+                  wanted + QStringLiteral("''"));
+    RecordSet rows = ReadTable1(path, DefinitionKind::Experiment);
+    rows.Filter([&](const RecordSet& row) {
+        const FieldValue& cell = row.Field(QStringLiteral("Condition"));
+        return !cell.IsNull() && Normalised(cell.ToText()) == wanted;
+    });
+    rows.SortBy({QStringLiteral("Condition"), QStringLiteral("position")});
+    return rows;
+}
+
+std::optional<FieldValue> ReadQuestionnaireVersion(const QString& path) {
+    try {
+        SqliteFile file(Locate(path), SqliteFile::Mode::ReadOnly);
+        const QString table = TableName(file, QStringLiteral("QuestionnaireInfo"));
+        if (table.isEmpty())
+            return std::nullopt;
+        QStringList columns;
+        const auto rows =
+            file.Query(QStringLiteral("SELECT * FROM ") + QuotedIdentifier(table) +
+                           QStringLiteral(" LIMIT 1"),
+                       &columns);
+        qsizetype found = -1;
+        for (qsizetype c = 0; found < 0 && c < columns.size(); ++c) {
+            if (columns.at(c).compare(QLatin1String("Version"), Qt::CaseInsensitive) == 0)
+                found = c;
+        }
+        if (rows.empty() || found < 0)
+            return std::nullopt;
+        return rows.front().at(std::size_t(found));
+    } catch (const CorvaneError&) {
+        return std::nullopt;
+    }
+}
+
+RecordSet ReadQuestionnaireRows(const QString& path) {
+    return ReadTable1(path, DefinitionKind::Questionnaire);
+}
+
+RecordSet ReadQuestionnaireRowsInOrder(const QString& path) {
+    RecordSet rows = ReadTable1(path, DefinitionKind::Questionnaire);
+    rows.SortBy({QStringLiteral("questionnumber")});
+    return rows;
+}
+
+void UpdateTemplateFile(const QString& templatePath, const QString& file) {
+    SqliteFile db(templatePath, SqliteFile::Mode::ReadWrite);
+    Verify(db, DefinitionKind::Experiment);
+    const QString table = QuotedIdentifier(TableName(db, QStringLiteral("Table1")));
+    const auto first = db.Query(QStringLiteral("SELECT rowid FROM ") + table +
+                                QStringLiteral(" ORDER BY rowid LIMIT 1"));
+    if (first.empty())
+        raise(ErrorNumber::NoCurrentRecord);
+    db.Execute(QStringLiteral("UPDATE ") + table + QStringLiteral(" SET file = ? WHERE rowid = ?"),
+               {FieldValue::FromText(file), first.front().front()});
+}
+
+} // namespace corvane

@@ -1,0 +1,58 @@
+// The rows of one query over a definition file, held in memory, with the cursor operations that
+// the loaders use. Moving to the first or last row of an empty result is the no-current-record
+// error, on which the experiment loader depends.
+#pragma once
+
+#include "definitions/field_value.h"
+
+#include <QHash>
+#include <QStringList>
+
+#include <vector>
+
+namespace corvane {
+
+class RecordSet {
+public:
+    RecordSet() = default;
+    RecordSet(QString source, QStringList columns, std::vector<std::vector<FieldValue>> rows);
+
+    void MoveFirst();
+    void MoveLast();
+    void MoveNext();
+    /// True past the last row (and on an empty result).
+    bool Eof() const;
+    int RecordCount() const { return int(m_rows.size()); }
+    /// The value of a column of the current row, by name without regard to case.
+    const FieldValue& Field(const QString& name) const;
+    bool HasColumn(const QString& name) const;
+
+    const QStringList& Columns() const { return m_columns; }
+    const std::vector<std::vector<FieldValue>>& Rows() const { return m_rows; }
+    const QString& Source() const { return m_source; }
+
+    /// Sorts the rows by the columns given, stably, as the store orders them.
+    void SortBy(const QStringList& columns);
+    /// Keeps the rows for which the predicate holds.
+    template <typename Predicate> void Filter(Predicate keep) {
+        std::vector<std::vector<FieldValue>> kept;
+        for (auto& row : m_rows) {
+            m_position = qsizetype(&row - m_rows.data());
+            if (keep(*this))
+                kept.push_back(std::move(row));
+        }
+        m_rows = std::move(kept);
+        m_position = 0;
+    }
+
+private:
+    int ColumnIndex(const QString& name) const;
+
+    QString m_source;
+    QStringList m_columns;
+    QHash<QString, int> m_index; // lower-case name -> column
+    std::vector<std::vector<FieldValue>> m_rows;
+    qsizetype m_position = 0;
+};
+
+} // namespace corvane

@@ -1,0 +1,40 @@
+// A small owner of one SQLite connection, with errors turned into the program's numbered errors
+// that name the file.
+#pragma once
+
+#include "definitions/field_value.h"
+
+#include <QString>
+#include <QStringList>
+
+#include <vector>
+
+struct sqlite3;
+
+namespace corvane {
+
+class SqliteFile {
+public:
+    enum class Mode { ReadOnly, ReadWrite, Create };
+    /// Opens the file; a missing file raises "could not find file", a file that is no database
+    /// or is damaged raises a clear error naming it.
+    SqliteFile(const QString& path, Mode mode);
+    ~SqliteFile();
+    SqliteFile(const SqliteFile&) = delete;
+    SqliteFile& operator=(const SqliteFile&) = delete;
+
+    const QString& Path() const { return m_path; }
+    /// Runs a statement that returns no rows, with bound values.
+    void Execute(const QString& sql, const std::vector<FieldValue>& values = {});
+    /// The result rows of a query.
+    std::vector<std::vector<FieldValue>> Query(const QString& sql, QStringList* columns = nullptr,
+                                               const std::vector<FieldValue>& values = {});
+
+private:
+    [[noreturn]] void RaiseFromSqlite(int code, const QString& doing);
+
+    QString m_path;
+    sqlite3* m_db = nullptr;
+};
+
+} // namespace corvane
