@@ -103,7 +103,9 @@ private:
 
 } // namespace
 
-std::vector<CsvRow> ParseCsv(const QString& text) { return CsvParser(text).Parse(); }
+std::vector<CsvRow> ParseCsv(const QString& text) {
+    return CsvParser(text).Parse();
+}
 
 QString CsvField(const QString& text, bool forceQuotes) {
     const bool needs = forceQuotes || text.contains(QLatin1Char(',')) ||

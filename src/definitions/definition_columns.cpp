@@ -5,7 +5,9 @@ namespace corvane {
 namespace {
 
 std::vector<ColumnSpec> MakeExperimentColumns() {
-    auto text = [](const char* name) { return ColumnSpec{QLatin1String(name), ColumnType::Text, true}; };
+    auto text = [](const char* name) {
+        return ColumnSpec{QLatin1String(name), ColumnType::Text, true};
+    };
     return {
         text("Condition"),
         {QStringLiteral("position"), ColumnType::Number, true},
@@ -60,7 +62,7 @@ const std::vector<ColumnSpec>& Table1Columns(DefinitionKind kind) {
 
 DefinitionKind KindOfFile(const QString& path) {
     return path.endsWith(QLatin1String(".que"), Qt::CaseInsensitive) ? DefinitionKind::Questionnaire
-                                                                      : DefinitionKind::Experiment;
+                                                                     : DefinitionKind::Experiment;
 }
 
 QString KindName(DefinitionKind kind) {

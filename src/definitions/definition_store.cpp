@@ -11,7 +11,9 @@ namespace corvane {
 
 namespace {
 
-QString Quoted(const QString& path) { return QLatin1Char('\'') + path + QLatin1Char('\''); }
+QString Quoted(const QString& path) {
+    return QLatin1Char('\'') + path + QLatin1Char('\'');
+}
 
 // The path of a file that a definition names, found without regard to letter case; a missing
 // file is the store's "could not find file" error.
@@ -61,15 +63,15 @@ void Verify(SqliteFile& file, DefinitionKind kind) {
                   KindName(kind) + QStringLiteral(" file."));
 
     QSet<QString> present;
-    for (const auto& row :
-         file.Query(QStringLiteral("PRAGMA table_info(") + QuotedIdentifier(table) + QLatin1Char(')')))
+    for (const auto& row : file.Query(QStringLiteral("PRAGMA table_info(") +
+                                      QuotedIdentifier(table) + QLatin1Char(')')))
         present.insert(row.at(1).ToText().toLower());
     for (const ColumnSpec& column : Table1Columns(kind)) {
         if (column.required && !present.contains(column.name.toLower()))
-            raise(ErrorNumber::MissingColumn,
-                  Quoted(file.Path()) + QStringLiteral(": table Table1 has no column '") +
-                      column.name + QStringLiteral("', which every ") + KindName(kind) +
-                      QStringLiteral(" file has."));
+            raise(ErrorNumber::MissingColumn, Quoted(file.Path()) +
+                                                  QStringLiteral(": table Table1 has no column '") +
+                                                  column.name + QStringLiteral("', which every ") +
+                                                  KindName(kind) + QStringLiteral(" file has."));
     }
 }
 
@@ -119,10 +121,9 @@ std::optional<FieldValue> ReadQuestionnaireVersion(const QString& path) {
         if (table.isEmpty())
             return std::nullopt;
         QStringList columns;
-        const auto rows =
-            file.Query(QStringLiteral("SELECT * FROM ") + QuotedIdentifier(table) +
-                           QStringLiteral(" LIMIT 1"),
-                       &columns);
+        const auto rows = file.Query(QStringLiteral("SELECT * FROM ") + QuotedIdentifier(table) +
+                                         QStringLiteral(" LIMIT 1"),
+                                     &columns);
         qsizetype found = -1;
         for (qsizetype c = 0; found < 0 && c < columns.size(); ++c) {
             if (columns.at(c).compare(QLatin1String("Version"), Qt::CaseInsensitive) == 0)

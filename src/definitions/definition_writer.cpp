@@ -7,7 +7,6 @@
 
 #include <QFile>
 #include <QHash>
-
 #include <cmath>
 
 namespace corvane {
@@ -142,10 +141,10 @@ void WriteRows(SqliteFile& db, const std::vector<CsvRow>& rows, DefinitionKind k
     for (std::size_t r = 1; r < rows.size(); ++r) {
         const CsvRow& row = rows[r];
         if (row.size() != header.size())
-            throw DefinitionInputError(csvName, row.front().line, int(row.size()),
-                                       QStringLiteral("the row has ") + QString::number(row.size()) +
-                                           QStringLiteral(" cells, the header ") +
-                                           QString::number(header.size()));
+            throw DefinitionInputError(
+                csvName, row.front().line, int(row.size()),
+                QStringLiteral("the row has ") + QString::number(row.size()) +
+                    QStringLiteral(" cells, the header ") + QString::number(header.size()));
         std::vector<FieldValue> values;
         for (const ColumnSpec& column : columns)
             values.push_back(EmptyValue(column.type));
@@ -227,7 +226,8 @@ QString ExportDefinitionFile(const QString& path) {
             if (value.IsNull())
                 cells.push_back(kNull);
             else if (columns[c]->type == ColumnType::YesNo && value.IsNumber())
-                cells.push_back(value.ToNumber() != 0.0 ? QStringLiteral("yes") : QStringLiteral("no"));
+                cells.push_back(value.ToNumber() != 0.0 ? QStringLiteral("yes")
+                                                        : QStringLiteral("no"));
             else
                 cells.push_back(CsvField(value.ToExportText(), value.ToExportText() == kNull));
         }

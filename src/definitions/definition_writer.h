@@ -5,7 +5,6 @@
 #include "definitions/definition_columns.h"
 
 #include <QString>
-
 #include <optional>
 #include <stdexcept>
 

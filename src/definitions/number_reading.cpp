@@ -12,7 +12,9 @@ namespace corvane {
 
 namespace {
 
-bool IsDigit(QChar c) { return c >= QLatin1Char('0') && c <= QLatin1Char('9'); }
+bool IsDigit(QChar c) {
+    return c >= QLatin1Char('0') && c <= QLatin1Char('9');
+}
 
 bool IsBlank(QChar c) {
     return c == QLatin1Char(' ') || c == QLatin1Char('\t') || c == QLatin1Char('\n') ||
@@ -60,7 +62,8 @@ double ReadNumber(const QString& text) {
     if (at < end && (text.at(at) == QLatin1Char('e') || text.at(at) == QLatin1Char('E'))) {
         qsizetype probe = at + 1;
         std::string exponent = "e";
-        if (probe < end && (text.at(probe) == QLatin1Char('+') || text.at(probe) == QLatin1Char('-')))
+        if (probe < end &&
+            (text.at(probe) == QLatin1Char('+') || text.at(probe) == QLatin1Char('-')))
             exponent += char(text.at(probe++).unicode());
         if (probe < end && IsDigit(text.at(probe))) {
             while (probe < end && IsDigit(text.at(probe)))
@@ -83,14 +86,16 @@ double ReadNumber(const QString& text) {
 
 qint16 RoundToInt16(double value) {
     const double rounded = RoundHalfEven(value);
-    if (rounded < std::numeric_limits<qint16>::min() || rounded > std::numeric_limits<qint16>::max())
+    if (rounded < std::numeric_limits<qint16>::min() ||
+        rounded > std::numeric_limits<qint16>::max())
         raise(ErrorNumber::Overflow);
     return static_cast<qint16>(rounded);
 }
 
 qint32 RoundToInt32(double value) {
     const double rounded = RoundHalfEven(value);
-    if (rounded < std::numeric_limits<qint32>::min() || rounded > std::numeric_limits<qint32>::max())
+    if (rounded < std::numeric_limits<qint32>::min() ||
+        rounded > std::numeric_limits<qint32>::max())
         raise(ErrorNumber::Overflow);
     return static_cast<qint32>(rounded);
 }

@@ -45,9 +45,13 @@ QString ExtractParameters(const QString& cell, ParameterList& list) {
     }
 }
 
-QString SlotLetter(const QString& slot) { return slot.left(1).toLower(); }
+QString SlotLetter(const QString& slot) {
+    return slot.left(1).toLower();
+}
 
-QString SlotValue(const QString& slot) { return slot.mid(1); }
+QString SlotValue(const QString& slot) {
+    return slot.mid(1);
+}
 
 QString GetParameter(const RecordSet& row, const QString& letter, ParameterList& list) {
     ExtractParameters(row.Field(QStringLiteral("Parameters")).ToText(), list);

@@ -15,20 +15,22 @@ namespace corvane {
 
 namespace {
 
-QString Text(const RecordSet& row, const QString& column) { return row.Field(column).ToText(); }
+QString Text(const RecordSet& row, const QString& column) {
+    return row.Field(column).ToText();
+}
 
 // Types whose items have response buttons and read all twelve labels and skips.
 bool HasResponseLabels(const QString& type) {
-    static const QStringList types{QStringLiteral("scale response"),
-                                   QStringLiteral("thought rating"),
-                                   QStringLiteral("on-line rating"),
-                                   QStringLiteral("multiple response"),
-                                   QStringLiteral("ranking"),
-                                   QStringLiteral("voice response")};
+    static const QStringList types{
+        QStringLiteral("scale response"), QStringLiteral("thought rating"),
+        QStringLiteral("on-line rating"), QStringLiteral("multiple response"),
+        QStringLiteral("ranking"),        QStringLiteral("voice response")};
     return types.contains(type);
 }
 
-qint16 Rounded16(const QString& value) { return RoundToInt16(ReadNumber(value)); }
+qint16 Rounded16(const QString& value) {
+    return RoundToInt16(ReadNumber(value));
+}
 
 // A yes/no column read as a 16-bit integer: a number as it is, a truth value as -1 or 0.
 qint16 ToInt16Value(const FieldValue& cell) {
@@ -87,23 +89,55 @@ void ApplyScaleStep(const QString& value, Question& question) {
 void ApplyLetter(const QString& letter, const QString& value, Question& question) {
     const QChar c = letter.isEmpty() ? QChar() : letter.at(0);
     switch (c.unicode()) {
-    case 'l': question.Left = Rounded16(value); break;
-    case 't': question.Top = Rounded16(value); break;
-    case 'h': question.Height = Rounded16(value); break;
-    case 'w': question.Width = Rounded16(value); break;
-    case 'd': question.Duration = RoundToInt32(ReadNumber(value) * 1000.0); break;
+    case 'l':
+        question.Left = Rounded16(value);
+        break;
+    case 't':
+        question.Top = Rounded16(value);
+        break;
+    case 'h':
+        question.Height = Rounded16(value);
+        break;
+    case 'w':
+        question.Width = Rounded16(value);
+        break;
+    case 'd':
+        question.Duration = RoundToInt32(ReadNumber(value) * 1000.0);
+        break;
     case 'p':
-    case 'n': question.Parameters = NumberToText(ReadNumber(value)); break;
-    case 'q': question.RatedList = value; break;
-    case 'x': question.InstructionExtra = value; break;
-    case 'k': question.KeepFocus = Rounded16(value); break;
-    case 'o': question.MinResponse = value == QLatin1String("0") ? 1 : Rounded16(value); break;
-    case 'c': question.ConditionAppend = value; break;
-    case 's': ApplyScaleStep(value, question); break;
-    case 'r': ApplyRange(value, question); break;
-    case 'm': question.Mask = value; break;
-    case '$': question.Dollar = value; break;
-    case '!': question.Bang = value; break;
+    case 'n':
+        question.Parameters = NumberToText(ReadNumber(value));
+        break;
+    case 'q':
+        question.RatedList = value;
+        break;
+    case 'x':
+        question.InstructionExtra = value;
+        break;
+    case 'k':
+        question.KeepFocus = Rounded16(value);
+        break;
+    case 'o':
+        question.MinResponse = value == QLatin1String("0") ? 1 : Rounded16(value);
+        break;
+    case 'c':
+        question.ConditionAppend = value;
+        break;
+    case 's':
+        ApplyScaleStep(value, question);
+        break;
+    case 'r':
+        ApplyRange(value, question);
+        break;
+    case 'm':
+        question.Mask = value;
+        break;
+    case '$':
+        question.Dollar = value;
+        break;
+    case '!':
+        question.Bang = value;
+        break;
     case '<':
         // Written closed, as in <3>: the closing character goes. An empty value has nothing to
         // take off, which is an invalid argument.
@@ -111,8 +145,11 @@ void ApplyLetter(const QString& letter, const QString& value, Question& question
             raise(ErrorNumber::InvalidArgument);
         question.TTLCode = value.left(value.size() - 1);
         break;
-    case '@': question.At = True; break;
-    default: break; // unknown letters are passed over without a word
+    case '@':
+        question.At = True;
+        break;
+    default:
+        break; // unknown letters are passed over without a word
     }
 }
 
@@ -129,13 +166,15 @@ void ReadItem(const RecordSet& row, const std::optional<FieldValue>& version, Ru
         Normalised(ExtractParameters(Text(row, QStringLiteral("Parameters")), list));
     ApplyItemParameters(list, question);
 
-    question.Backimage = Normalised(ExtractParameters(Text(row, QStringLiteral("Backimage")), list));
+    question.Backimage =
+        Normalised(ExtractParameters(Text(row, QStringLiteral("Backimage")), list));
     ApplyPlacement(list,
                    {&question.BackimageLeft, &question.BackimageTop, &question.BackimageWidth,
                     &question.BackimageHeight},
                    QStringLiteral("ltwh"));
     question.backsound = Text(row, QStringLiteral("backsound"));
-    question.Backvideo = Normalised(ExtractParameters(Text(row, QStringLiteral("Backvideo")), list));
+    question.Backvideo =
+        Normalised(ExtractParameters(Text(row, QStringLiteral("Backvideo")), list));
     ApplyPlacement(list,
                    {&question.BackvideoLeft, &question.BackvideoTop, &question.BackvideoWidth,
                     &question.BackvideoHeight},
@@ -146,7 +185,8 @@ void ReadItem(const RecordSet& row, const std::optional<FieldValue>& version, Ru
     question.WriteData = ToFlag(row.Field(QStringLiteral("WriteData")).ToBool());
     question.WriteRT = ToFlag(row.Field(QStringLiteral("WriteRT")).ToBool());
     question.WriteText = ToInt16Value(row.Field(QStringLiteral("WriteText")));
-    question.omitconditions = IsOmitted(Text(row, QStringLiteral("omitconditions")), state.ConditionID);
+    question.omitconditions =
+        IsOmitted(Text(row, QStringLiteral("omitconditions")), state.ConditionID);
     const bool versionFour = version && !version->IsNull() && version->ToNumber() >= 4.0;
     question.GoBack = versionFour ? ToFlag(row.Field(QStringLiteral("GoBack")).ToBool()) : False;
 
@@ -176,9 +216,11 @@ void ReadLabels(const RecordSet& row, Question& question) {
         return text.toLower() == QLatin1String("none") ? QString() : text;
     };
     for (int n = 1; n <= 12; ++n)
-        question.textlabel[std::size_t(n)] = label(QStringLiteral("textlabel") + QString::number(n));
+        question.textlabel[std::size_t(n)] =
+            label(QStringLiteral("textlabel") + QString::number(n));
     for (int n = 1; n <= 12; ++n)
-        question.pointlabel[std::size_t(n)] = label(QStringLiteral("pointlabel") + QString::number(n));
+        question.pointlabel[std::size_t(n)] =
+            label(QStringLiteral("pointlabel") + QString::number(n));
     for (int n = 1; n <= 12; ++n)
         question.skips[std::size_t(n)] = Text(row, QStringLiteral("skip") + QString::number(n));
     if (question.skips[1].toLower() == QLatin1String("excel"))
@@ -245,12 +287,11 @@ void CheckDuplicateVariables(RunState& state) {
     QString list;
     for (const QString& name : duplicates)
         list += name + cr;
-    const QString text = QStringLiteral("Corvane has detected that the file '") +
-                         state.QuestionnaireFile +
-                         QStringLiteral("' has the following duplicate variable name(s):") + cr +
-                         cr + list + cr + cr +
-                         QStringLiteral("Be sure to assign unique variable names to all items ") +
-                         QStringLiteral("in this file in order to avoid potential program error.");
+    const QString text =
+        QStringLiteral("Corvane has detected that the file '") + state.QuestionnaireFile +
+        QStringLiteral("' has the following duplicate variable name(s):") + cr + cr + list + cr +
+        cr + QStringLiteral("Be sure to assign unique variable names to all items ") +
+        QStringLiteral("in this file in order to avoid potential program error.");
     state.Boxes().Show(MessageBox{DefaultBoxTitle(), text, BoxIcon::Information});
 }
 

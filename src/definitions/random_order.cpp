@@ -102,7 +102,9 @@ std::vector<int> BetweenGroupPositions(const std::vector<int>& blocks, RandomSou
 
 namespace {
 
-int FileGroupNumber(const QString& text) { return RoundToInt16(ReadNumber(text)); }
+int FileGroupNumber(const QString& text) {
+    return RoundToInt16(ReadNumber(text));
+}
 
 // Rows of the file list open a block where the texts differ, and are fixed where the text reads
 // as the number 0. Texts that differ but read as one number still open a new block.

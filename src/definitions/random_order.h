@@ -4,7 +4,6 @@
 #pragma once
 
 #include <QtGlobal>
-
 #include <vector>
 
 namespace corvane {

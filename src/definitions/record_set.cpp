@@ -6,8 +6,7 @@
 
 namespace corvane {
 
-RecordSet::RecordSet(QString source, QStringList columns,
-                     std::vector<std::vector<FieldValue>> rows)
+RecordSet::RecordSet(QString source, QStringList columns, std::vector<std::vector<FieldValue>> rows)
     : m_source(std::move(source)), m_columns(std::move(columns)), m_rows(std::move(rows)) {
     for (int c = 0; c < m_columns.size(); ++c) {
         const QString key = m_columns.at(c).toLower();
@@ -34,17 +33,22 @@ void RecordSet::MoveNext() {
     ++m_position;
 }
 
-bool RecordSet::Eof() const { return m_position >= qsizetype(m_rows.size()); }
+bool RecordSet::Eof() const {
+    return m_position >= qsizetype(m_rows.size());
+}
 
 int RecordSet::ColumnIndex(const QString& name) const {
     const auto found = m_index.constFind(name.toLower());
     if (found == m_index.cend())
-        raise(ErrorNumber::ItemNotFound, QStringLiteral("Item not found in this collection: column '") +
-                                             name + QStringLiteral("' of ") + m_source);
+        raise(ErrorNumber::ItemNotFound,
+              QStringLiteral("Item not found in this collection: column '") + name +
+                  QStringLiteral("' of ") + m_source);
     return *found;
 }
 
-bool RecordSet::HasColumn(const QString& name) const { return m_index.contains(name.toLower()); }
+bool RecordSet::HasColumn(const QString& name) const {
+    return m_index.contains(name.toLower());
+}
 
 const FieldValue& RecordSet::Field(const QString& name) const {
     const int column = ColumnIndex(name);

@@ -7,7 +7,6 @@
 
 #include <QHash>
 #include <QStringList>
-
 #include <vector>
 
 namespace corvane {

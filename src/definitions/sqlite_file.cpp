@@ -4,14 +4,15 @@
 
 #include <QFile>
 #include <QFileInfo>
-
 #include <sqlite3.h>
 
 namespace corvane {
 
 namespace {
 
-QString Quoted(const QString& path) { return QLatin1Char('\'') + path + QLatin1Char('\''); }
+QString Quoted(const QString& path) {
+    return QLatin1Char('\'') + path + QLatin1Char('\'');
+}
 
 // A definition file that is no database at all is told apart before SQLite sees it.
 bool HasDatabaseHeader(const QString& path) {
@@ -72,8 +73,8 @@ FieldValue Column(sqlite3_stmt* stmt, int column) {
 SqliteFile::SqliteFile(const QString& path, Mode mode) : m_path(path) {
     const bool exists = QFileInfo(path).isFile();
     if (mode != Mode::Create && !exists)
-        raise(ErrorNumber::DatabaseNotFound, QStringLiteral("Could not find file ") + Quoted(path) +
-                                                 QLatin1Char('.'));
+        raise(ErrorNumber::DatabaseNotFound,
+              QStringLiteral("Could not find file ") + Quoted(path) + QLatin1Char('.'));
     if (exists && !HasDatabaseHeader(path))
         raise(ErrorNumber::NotADefinitionFile,
               Quoted(path) + QStringLiteral(" is not a Corvane definition file: it is not a "
@@ -95,11 +96,13 @@ SqliteFile::SqliteFile(const QString& path, Mode mode) : m_path(path) {
     sqlite3_busy_timeout(m_db, 2000);
 }
 
-SqliteFile::~SqliteFile() { sqlite3_close_v2(m_db); }
+SqliteFile::~SqliteFile() {
+    sqlite3_close_v2(m_db);
+}
 
 void SqliteFile::RaiseFromSqlite(int code, const QString& doing) {
-    const QString detail = m_db ? QString::fromUtf8(sqlite3_errmsg(m_db))
-                                : QString::fromUtf8(sqlite3_errstr(code));
+    const QString detail =
+        m_db ? QString::fromUtf8(sqlite3_errmsg(m_db)) : QString::fromUtf8(sqlite3_errstr(code));
     switch (code & 0xff) {
     case SQLITE_NOTADB:
         raise(ErrorNumber::NotADefinitionFile,
@@ -115,12 +118,11 @@ void SqliteFile::RaiseFromSqlite(int code, const QString& doing) {
     case SQLITE_PERM:
     case SQLITE_READONLY:
     case SQLITE_AUTH:
-        raise(ErrorNumber::PermissionDenied, Quoted(m_path) + QStringLiteral(" can not be ") +
-                                                 (doing == QLatin1String("open")
-                                                      ? QStringLiteral("opened")
-                                                      : QStringLiteral("written")) +
-                                                 QStringLiteral(" (") + detail +
-                                                 QStringLiteral("). Check its permissions."));
+        raise(ErrorNumber::PermissionDenied,
+              Quoted(m_path) + QStringLiteral(" can not be ") +
+                  (doing == QLatin1String("open") ? QStringLiteral("opened")
+                                                  : QStringLiteral("written")) +
+                  QStringLiteral(" (") + detail + QStringLiteral("). Check its permissions."));
     case SQLITE_BUSY:
     case SQLITE_LOCKED:
         raise(ErrorNumber::PermissionDenied,

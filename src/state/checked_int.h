@@ -5,7 +5,6 @@
 #include "state/error.h"
 
 #include <QtGlobal>
-
 #include <limits>
 
 namespace corvane {
@@ -25,6 +24,8 @@ inline qint32 ToInt32(qint64 value) {
 }
 
 /// Adds one to a 16-bit count, raising the overflow error past its largest value.
-inline void Increment(qint16& count) { count = ToInt16(qint64(count) + 1); }
+inline void Increment(qint16& count) {
+    count = ToInt16(qint64(count) + 1);
+}
 
 } // namespace corvane

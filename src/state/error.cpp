@@ -35,8 +35,12 @@ QString CorvaneError::standardDescription(int number) {
     }
 }
 
-void raise(int number) { throw CorvaneError(number, CorvaneError::standardDescription(number)); }
+void raise(int number) {
+    throw CorvaneError(number, CorvaneError::standardDescription(number));
+}
 
-void raise(int number, const QString& description) { throw CorvaneError(number, description); }
+void raise(int number, const QString& description) {
+    throw CorvaneError(number, description);
+}
 
 } // namespace corvane

@@ -9,7 +9,11 @@ using Flag = qint16;
 constexpr Flag True = -1;
 constexpr Flag False = 0;
 
-inline Flag ToFlag(bool value) { return value ? True : False; }
-inline bool IsTrue(Flag flag) { return flag != 0; }
+inline Flag ToFlag(bool value) {
+    return value ? True : False;
+}
+inline bool IsTrue(Flag flag) {
+    return flag != 0;
+}
 
 } // namespace corvane

@@ -12,7 +12,9 @@ namespace corvane {
 
 namespace {
 
-bool IsDrivePath(const QString& path) { return path.size() >= 2 && path.at(1) == QLatin1Char(':'); }
+bool IsDrivePath(const QString& path) {
+    return path.size() >= 2 && path.at(1) == QLatin1Char(':');
+}
 
 // The one entry of `folder` named `name`, ignoring case, when the exact name is absent.
 std::optional<QString> MatchInFolder(const QString& folder, const QString& name) {
@@ -37,8 +39,8 @@ std::optional<QString> FindFile(const QString& path) {
     if (QFileInfo::exists(linuxPath))
         return QDir::cleanPath(QFileInfo(linuxPath).absoluteFilePath());
 
-    QString current = linuxPath.startsWith(QLatin1Char('/')) ? QStringLiteral("/")
-                                                             : QDir::currentPath();
+    QString current =
+        linuxPath.startsWith(QLatin1Char('/')) ? QStringLiteral("/") : QDir::currentPath();
     const QStringList parts = linuxPath.split(QLatin1Char('/'), Qt::SkipEmptyParts);
     for (const QString& part : parts) {
         if (part == QLatin1String(".") || part == QLatin1String("..")) {
@@ -142,11 +144,10 @@ QString ProgramFile(const QString& program) {
 
 // Document kinds are opened by the office suite when it is there.
 const QString kOfficeClass = QStringLiteral("Corvane.OfficeDocument");
-const QStringList kOfficeExtensions{QStringLiteral(".doc"), QStringLiteral(".docx"),
-                                    QStringLiteral(".wpd"), QStringLiteral(".rtf"),
-                                    QStringLiteral(".odt"), QStringLiteral(".ppt"),
-                                    QStringLiteral(".pps"), QStringLiteral(".pptx"),
-                                    QStringLiteral(".odp")};
+const QStringList kOfficeExtensions{
+    QStringLiteral(".doc"), QStringLiteral(".docx"), QStringLiteral(".wpd"),
+    QStringLiteral(".rtf"), QStringLiteral(".odt"),  QStringLiteral(".ppt"),
+    QStringLiteral(".pps"), QStringLiteral(".pptx"), QStringLiteral(".odp")};
 
 QString OfficeProgram() {
     const QString configured = SettingsStore::AppPath(QStringLiteral("soffice"));
@@ -173,20 +174,21 @@ QString ReadRegistryValue(const QString& root, const QString& key, const QString
             return defaultValue;
         return kOfficeClass;
     }
-    if (key.compare(kOfficeClass + QStringLiteral("\\shell\\open\\command"),
-                    Qt::CaseInsensitive) == 0) {
+    if (key.compare(kOfficeClass + QStringLiteral("\\shell\\open\\command"), Qt::CaseInsensitive) ==
+        0) {
         const QString office = OfficeProgram();
         return office.isEmpty() ? defaultValue : office;
     }
     return defaultValue;
 }
 
-QString ReportErrorTitle() { return QStringLiteral("Corvane Error Trapper"); }
+QString ReportErrorTitle() {
+    return QStringLiteral("Corvane Error Trapper");
+}
 
 QString ReportErrorText(int number, const QString& text) {
     return QStringLiteral("An error has occurred.  Error ") + QString::number(number) +
-           QStringLiteral(". ") + text +
-           QStringLiteral(". Please report it to") +
+           QStringLiteral(". ") + text + QStringLiteral(". Please report it to") +
            QStringLiteral(" the Corvane support desk of your laboratory.");
 }
 

@@ -4,7 +4,9 @@
 
 namespace corvane {
 
-QString DefaultBoxTitle() { return QStringLiteral("Corvane"); }
+QString DefaultBoxTitle() {
+    return QStringLiteral("Corvane");
+}
 
 QString OneLine(const QString& text) {
     QString line = text;

@@ -24,6 +24,8 @@ void StandardRandomSource::Seed() {
     m_engine.seed(quint64(ns) ^ (quint64(std::random_device{}()) << 32));
 }
 
-int Draw(RandomSource& random, int m) { return int(random.Next() * m) + 1; }
+int Draw(RandomSource& random, int m) {
+    return int(random.Next() * m) + 1;
+}
 
 } // namespace corvane

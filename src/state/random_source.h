@@ -3,7 +3,6 @@
 #pragma once
 
 #include <QtGlobal>
-
 #include <optional>
 #include <random>
 

@@ -5,7 +5,6 @@
 #include "state/flags.h"
 
 #include <QString>
-
 #include <array>
 
 namespace corvane {

@@ -11,9 +11,15 @@ RunState::RunState()
 
 RunState::~RunState() = default;
 
-void RunState::SetClock(std::unique_ptr<RunClock> clock) { m_clock = std::move(clock); }
-void RunState::SetRandom(std::unique_ptr<RandomSource> random) { m_random = std::move(random); }
-void RunState::SetBoxes(std::unique_ptr<MessageBoxes> boxes) { m_boxes = std::move(boxes); }
+void RunState::SetClock(std::unique_ptr<RunClock> clock) {
+    m_clock = std::move(clock);
+}
+void RunState::SetRandom(std::unique_ptr<RandomSource> random) {
+    m_random = std::move(random);
+}
+void RunState::SetBoxes(std::unique_ptr<MessageBoxes> boxes) {
+    m_boxes = std::move(boxes);
+}
 
 void RunState::StoreResponse(int q, int i, int k, const QString& value) {
     m_responses.SetValue(q, i, k, value);
@@ -27,7 +33,9 @@ void RunState::StoreResponseTime(int q, int i, int k, qint32 ms) {
         ResponseStored(StoredResponse{q, i, k, std::nullopt, ms});
 }
 
-void RunState::AllocateResponses(const TableBounds& bounds) { m_responses.Allocate(bounds); }
+void RunState::AllocateResponses(const TableBounds& bounds) {
+    m_responses.Allocate(bounds);
+}
 
 std::vector<Question> RunState::EmptyQuestions(qsizetype count) {
     std::vector<Question> questions(std::size_t(count + 1));

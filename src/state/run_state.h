@@ -13,7 +13,6 @@
 
 #include <QHash>
 #include <QStringList>
-
 #include <functional>
 #include <memory>
 #include <vector>
@@ -77,7 +76,7 @@ public:
     VariableTables Variables;
 
     qint16 ThoughtListCount = 0;
-    QStringList ThoughtListNames;       // 0 to ThoughtListCount
+    QStringList ThoughtListNames;         // 0 to ThoughtListCount
     std::vector<qint16> ThoughtListSizes; // 0 to ThoughtListCount
     QHash<quint32, QString> ThoughtTexts; // (j, k), sparse
 

@@ -16,9 +16,13 @@ QString TrimBlanks(const QString& text) {
     return TrimLeadingBlanks(text.left(end));
 }
 
-QString Normalised(const QString& text) { return TrimBlanks(text).toLower(); }
+QString Normalised(const QString& text) {
+    return TrimBlanks(text).toLower();
+}
 
-QString LastChars(const QString& text, qsizetype n) { return text.right(n); }
+QString LastChars(const QString& text, qsizetype n) {
+    return text.right(n);
+}
 
 QString ToLinuxSeparators(const QString& path) {
     QString result = path;

@@ -11,9 +11,13 @@ void RequireIndex(int index, int low, int high) {
         raise(ErrorNumber::Subscript);
 }
 
-quint32 Key2(int q, int i) { return (quint32(quint16(q)) << 16) | quint16(i); }
+quint32 Key2(int q, int i) {
+    return (quint32(quint16(q)) << 16) | quint16(i);
+}
 
-quint64 Key3(int q, int i, int k) { return (quint64(Key2(q, i)) << 16) | quint16(k); }
+quint64 Key3(int q, int i, int k) {
+    return (quint64(Key2(q, i)) << 16) | quint16(k);
+}
 
 void RequireAllocated(bool allocated) {
     if (!allocated)

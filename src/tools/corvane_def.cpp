@@ -10,7 +10,6 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QTextStream>
-
 #include <optional>
 
 using namespace corvane;

@@ -42,8 +42,9 @@ private:
 };
 
 void ListItem(Listing& out, const Question& q, int index) {
-    out.Line(QStringLiteral("item %1: %2, variable %3").arg(index).arg(Quote(q.QuestionType),
-                                                                        Quote(q.VariableName)));
+    out.Line(QStringLiteral("item %1: %2, variable %3")
+                 .arg(index)
+                 .arg(Quote(q.QuestionType), Quote(q.VariableName)));
     out.Field(QStringLiteral("wording"), q.QuestionWording);
     out.Field(QStringLiteral("parameters"), q.Parameters);
     out.Field(QStringLiteral("file"), q.FileName);
@@ -74,7 +75,8 @@ void ListItem(Listing& out, const Question& q, int index) {
         const QString& text = q.textlabel[std::size_t(n)];
         const QString& point = q.pointlabel[std::size_t(n)];
         const QString& skip = q.skips[std::size_t(n)];
-        if (text.isEmpty() && point.isEmpty() && (skip.isEmpty() || skip.toLower() == QLatin1String("none")))
+        if (text.isEmpty() && point.isEmpty() &&
+            (skip.isEmpty() || skip.toLower() == QLatin1String("none")))
             continue;
         out.Line(QStringLiteral("  label %1: text %2, button %3, skip %4")
                      .arg(n)
@@ -89,8 +91,8 @@ void ListItem(Listing& out, const Question& q, int index) {
                       q.WriteText ? QStringLiteral("yes") : QStringLiteral("no")));
     if (q.omitconditions)
         out.Line(QStringLiteral("  omitted in this condition"));
-    out.Line(QStringLiteral("  may go back: %1").arg(IsTrue(q.GoBack) ? QStringLiteral("yes")
-                                                                       : QStringLiteral("no")));
+    out.Line(QStringLiteral("  may go back: %1")
+                 .arg(IsTrue(q.GoBack) ? QStringLiteral("yes") : QStringLiteral("no")));
 }
 
 } // namespace

@@ -1,0 +1,193 @@
+// The parameter language of definition cells and the reading of numbers in them.
+#include "definitions/number_reading.h"
+#include "definitions/parameters.h"
+#include "definitions/questionnaire_reader.h"
+#include "state/error.h"
+
+#include <QtTest>
+
+using namespace corvane;
+
+namespace {
+
+int ErrorOf(const std::function<void()>& action) {
+    try {
+        action();
+    } catch (const CorvaneError& error) {
+        return error.number();
+    }
+    return 0;
+}
+
+Question WithParameters(const QString& cell,
+                        const QString& type = QStringLiteral("scale response")) {
+    ParameterList list;
+    Question question;
+    question.QuestionType = type;
+    question.Parameters = ExtractParameters(cell, list);
+    ApplyItemParameters(list, question);
+    return question;
+}
+
+} // namespace
+
+class TestParameters : public QObject {
+    Q_OBJECT
+private slots:
+    void extraction_data() {
+        QTest::addColumn<QString>("cell");
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QStringList>("entries");
+        QTest::newRow("no list") << "picture.bmp"
+                                 << "picture.bmp" << QStringList{};
+        QTest::newRow("no list keeps blanks") << " a b "
+                                              << " a b " << QStringList{};
+        QTest::newRow("list only") << "(l10)"
+                                   << "" << QStringList{"l10"};
+        QTest::newRow("blanks") << "a.bmp (l10 , t 20)"
+                                << "a.bmp" << QStringList{"l10", "t 20"};
+        QTest::newRow("lower case") << "Pic.BMP(L10,X Yes)"
+                                    << "Pic.BMP" << QStringList{"l10", "x yes"};
+        QTest::newRow("inner close dropped") << "x(a)b)"
+                                             << "x" << QStringList{"ab"};
+        QTest::newRow("last open counts") << "f(1)(p5)"
+                                          << "f(1)" << QStringList{"p5"};
+        QTest::newRow("empty entry") << "(a,)"
+                                     << "" << QStringList{"a", ""};
+        QTest::newRow("trailing blank") << "n(p5) "
+                                        << "n" << QStringList{"p5"};
+        QTest::newRow("ten") << "(a,b,c,d,e,f,g,h,i,j)"
+                             << "" << QStringList{"a", "b", "c", "d", "e", "f", "g", "h", "i", "j"};
+    }
+    void extraction() {
+        QFETCH(QString, cell);
+        QFETCH(QString, name);
+        QFETCH(QStringList, entries);
+        ParameterList list;
+        QCOMPARE(ExtractParameters(cell, list), name);
+        QCOMPARE(list.count, int(entries.size()));
+        for (int slot = 1; slot <= 10; ++slot) {
+            const QString expected =
+                slot <= entries.size() ? entries.at(slot - 1) : QStringLiteral("0");
+            QCOMPARE(list.entries[std::size_t(slot)], expected);
+        }
+    }
+
+    void extractionFaults() {
+        ParameterList list;
+        QCOMPARE(ErrorOf([&] { ExtractParameters(QStringLiteral("a)"), list); }),
+                 ErrorNumber::InvalidArgument);
+        QCOMPARE(
+            ErrorOf([&] { ExtractParameters(QStringLiteral("(a,b,c,d,e,f,g,h,i,j,k)"), list); }),
+            ErrorNumber::Subscript);
+    }
+
+    void numbers_data() {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<double>("value");
+        QTest::newRow("plain") << "12" << 12.0;
+        QTest::newRow("leading blanks") << "  20" << 20.0;
+        QTest::newRow("prefix") << "3.5abc" << 3.5;
+        QTest::newRow("sign") << "-7" << -7.0;
+        QTest::newRow("point first") << ".25" << 0.25;
+        QTest::newRow("exponent") << "1e3x" << 1000.0;
+        QTest::newRow("bare exponent") << "2e" << 2.0;
+        QTest::newRow("nothing") << "abc" << 0.0;
+        QTest::newRow("empty") << "" << 0.0;
+        QTest::newRow("sign only") << "-" << 0.0;
+        QTest::newRow("tiny") << "1e-400" << 0.0;
+    }
+    void numbers() {
+        QFETCH(QString, text);
+        QFETCH(double, value);
+        QCOMPARE(ReadNumber(text), value);
+    }
+
+    void roundingIsHalfToEvenAndOverflowIsAnError() {
+        QCOMPARE(RoundToInt16(2.5), qint16(2));
+        QCOMPARE(RoundToInt16(3.5), qint16(4));
+        QCOMPARE(RoundToInt16(-2.5), qint16(-2));
+        QCOMPARE(RoundToInt16(2.6), qint16(3));
+        QCOMPARE(RoundToInt16(32767.4), qint16(32767));
+        QCOMPARE(ErrorOf([] { RoundToInt16(32767.5); }), ErrorNumber::Overflow);
+        QCOMPARE(ErrorOf([] { RoundToInt16(-32769); }), ErrorNumber::Overflow);
+        QCOMPARE(RoundToInt32(-32769), -32769);
+        QCOMPARE(ErrorOf([] { RoundToInt32(3e9); }), ErrorNumber::Overflow);
+        QCOMPARE(ErrorOf([] { ReadNumber(QStringLiteral("1e400")); }), ErrorNumber::Overflow);
+        QCOMPARE(ErrorOf([] { ToSingle(1e39); }), ErrorNumber::Overflow);
+    }
+
+    void letters() {
+        QCOMPARE(WithParameters(QStringLiteral("(o0)")).MinResponse, qint16(1));
+        QCOMPARE(WithParameters(QStringLiteral("(o3)")).MinResponse, qint16(3));
+        QCOMPARE(WithParameters(QStringLiteral("(s0)")).ScaleStep, 1.0f);
+        QCOMPARE(WithParameters(QStringLiteral("(s7)")).ScaleStep, 5.0f);
+        QCOMPARE(WithParameters(QStringLiteral("(s7)"), QStringLiteral("ranking")).ScaleStep, 7.0f);
+        QCOMPARE(WithParameters(QStringLiteral("(<3>)")).TTLCode, QStringLiteral("3"));
+        QCOMPARE(WithParameters(QStringLiteral("(p5)")).Parameters, QStringLiteral("5"));
+        QCOMPARE(WithParameters(QStringLiteral("7")).Parameters, QStringLiteral("7"));
+        QCOMPARE(WithParameters(QStringLiteral("text(n3,n8)")).Parameters, QStringLiteral("8"));
+        QCOMPARE(WithParameters(QStringLiteral("(d2.5)")).Duration, 2500);
+        QCOMPARE(WithParameters(QStringLiteral("(l10,t 20,w30,h40)")).Top, qint16(20));
+        QCOMPARE(WithParameters(QStringLiteral("(@)")).At, True);
+        QCOMPARE(WithParameters(QStringLiteral("(xGo On,$Dark,!5,mAAA)")).InstructionExtra,
+                 QStringLiteral("go on"));
+        QCOMPARE(WithParameters(QStringLiteral("(z9,l1)")).Left, qint16(1)); // unknown letters pass
+        QCOMPARE(ErrorOf([] { WithParameters(QStringLiteral("(<)")); }),
+                 ErrorNumber::InvalidArgument);
+        QCOMPARE(ErrorOf([] { WithParameters(QStringLiteral("(l40000)")); }),
+                 ErrorNumber::Overflow);
+    }
+
+    void ranges_data() {
+        QTest::addColumn<QString>("cell");
+        QTest::addColumn<int>("low");
+        QTest::addColumn<int>("high");
+        QTest::newRow("negative low") << "(r-5-5)" << -5 << 5;
+        QTest::newRow("no dash") << "(r5)" << 0 << 0;
+        QTest::newRow("reversed") << "(r9-2)" << 0 << 0;
+        QTest::newRow("plain") << "(r1-7)" << 1 << 7;
+        QTest::newRow("equal") << "(r1-1)" << 1 << 1;
+    }
+    void ranges() {
+        QFETCH(QString, cell);
+        QFETCH(int, low);
+        QFETCH(int, high);
+        const Question question = WithParameters(cell);
+        QCOMPARE(question.RangeLow, low);
+        QCOMPARE(question.RangeHigh, high);
+    }
+
+    void omission_data() {
+        QTest::addColumn<QString>("cell");
+        QTest::addColumn<QString>("condition");
+        QTest::addColumn<int>("omitted");
+        QTest::newRow("listed") << "(a,b)"
+                                << "B" << 1;
+        QTest::newRow("blank is kept") << "(a, b)"
+                                       << "b" << 0;
+        QTest::newRow("first") << "(a,b)"
+                               << "a" << 1;
+        QTest::newRow("not listed") << "(a,b)"
+                                    << "c" << 0;
+        QTest::newRow("too short") << "()"
+                                   << "" << 0;
+        QTest::newRow("no close") << "(a,b"
+                                  << "a" << 0;
+        QTest::newRow("leading blank eats the blank") << " (a,b)"
+                                                      << "a" << 0;
+        QTest::newRow("open joins the name") << " (a,b)"
+                                             << "(a" << 1;
+        QTest::newRow("none") << "none"
+                              << "none" << 0;
+    }
+    void omission() {
+        QFETCH(QString, cell);
+        QFETCH(QString, condition);
+        QFETCH(int, omitted);
+        QCOMPARE(int(IsOmitted(cell, condition)), omitted);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestParameters)
+#include "test_parameters.moc"
