@@ -1,15 +1,21 @@
-// corvane: the laboratory program. Until the launcher arrives it checks a definition file and
-// shows what it reads.
-#include "definitions/definition_columns.h"
-#include "definitions/definition_store.h"
+// corvane: the laboratory program. Until the run engine arrives, its main job is to read a
+// questionnaire the way a run reads it and show what the run would present.
+#include "definitions/questionnaire_listing.h"
 #include "definitions/questionnaire_reader.h"
-#include "state/error.h"
 #include "state/run_state.h"
 
 #include <QApplication>
 #include <QTextStream>
 
 using namespace corvane;
+
+namespace {
+
+const char* const kUsage = "Usage: corvane [--version] [FILE.que]\n"
+                           "  FILE.que  read the questionnaire as a run reads it and list its "
+                           "items in the order drawn\n";
+
+} // namespace
 
 int main(int argc, char* argv[]) {
     QApplication app(argc, argv);
@@ -21,6 +27,14 @@ int main(int argc, char* argv[]) {
         out << "Corvane " << CORVANE_VERSION << Qt::endl;
         return 0;
     }
-    out << "Corvane " << CORVANE_VERSION << Qt::endl;
+    if (args.size() != 1 || args.front().startsWith(QLatin1Char('-'))) {
+        out << kUsage;
+        return args.contains(QStringLiteral("--help")) ? 0 : 2;
+    }
+    RunState state;
+    state.QuestionnaireFile = args.front();
+    if (!ReadQuestionnaire(state))
+        return 1;
+    out << ListQuestionnaire(state);
     return 0;
 }

@@ -2,7 +2,7 @@
 // shows what a questionnaire reads into.
 #include "definitions/definition_writer.h"
 #include "definitions/questionnaire_reader.h"
-#include "questionnaire_listing.h"
+#include "definitions/questionnaire_listing.h"
 #include "state/error.h"
 #include "state/run_state.h"
 

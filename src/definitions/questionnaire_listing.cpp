@@ -1,4 +1,4 @@
-#include "questionnaire_listing.h"
+#include "definitions/questionnaire_listing.h"
 
 #include "state/run_state.h"
 
