@@ -7,6 +7,7 @@
 
 #include <QFile>
 #include <QHash>
+#include <algorithm>
 #include <cmath>
 
 namespace corvane {
@@ -142,7 +143,8 @@ void WriteRows(SqliteFile& db, const std::vector<CsvRow>& rows, DefinitionKind k
         const CsvRow& row = rows[r];
         if (row.size() != header.size())
             throw DefinitionInputError(
-                csvName, row.front().line, int(row.size()),
+                // Point at the first cell that is missing or too many.
+                csvName, row.front().line, int(std::min(row.size(), header.size())) + 1,
                 QStringLiteral("the row has ") + QString::number(row.size()) +
                     QStringLiteral(" cells, the header ") + QString::number(header.size()));
         std::vector<FieldValue> values;

@@ -4,6 +4,7 @@
 
 #include <QFile>
 #include <QFileInfo>
+#include <QUrl>
 #include <sqlite3.h>
 
 namespace corvane {
@@ -79,13 +80,24 @@ SqliteFile::SqliteFile(const QString& path, Mode mode) : m_path(path) {
         raise(ErrorNumber::NotADefinitionFile,
               Quoted(path) + QStringLiteral(" is not a Corvane definition file: it is not a "
                                             "database. Make definition files with corvane-def."));
-    int flags = SQLITE_OPEN_READONLY;
-    if (mode == Mode::ReadWrite)
-        flags = SQLITE_OPEN_READWRITE;
+    int flags = SQLITE_OPEN_READWRITE;
+    QByteArray name = QFile::encodeName(path);
     if (mode == Mode::Create)
-        flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE;
-    const int code = sqlite3_open_v2(QFile::encodeName(path).constData(), &m_db,
-                                     flags | SQLITE_OPEN_NOMUTEX, nullptr);
+        flags |= SQLITE_OPEN_CREATE;
+    if (mode == Mode::ReadOnly) {
+        // Changes still waiting in a write-ahead log would be missed by an unchanging read.
+        if (QFileInfo::exists(path + QStringLiteral("-wal")))
+            raise(ErrorNumber::PermissionDenied,
+                  Quoted(path) + QStringLiteral(" is being written by another program (its -wal "
+                                                "file is beside it). Close that program and try "
+                                                "again."));
+        // Read as an unchanging file: no lock, journal or shared-memory file is made beside
+        // it, so a definition in a read-only folder or in a log mode reads all the same.
+        flags = SQLITE_OPEN_READONLY | SQLITE_OPEN_URI;
+        name = "file:" + QUrl::toPercentEncoding(QString::fromLocal8Bit(name), "/") +
+               "?mode=ro&immutable=1";
+    }
+    const int code = sqlite3_open_v2(name.constData(), &m_db, flags | SQLITE_OPEN_NOMUTEX, nullptr);
     if (code != SQLITE_OK)
         RaiseFromSqlite(code, QStringLiteral("open"));
     // A file from elsewhere may be hostile: its schema must not run code in this program.

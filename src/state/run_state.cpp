@@ -49,6 +49,10 @@ std::vector<FileEntry> RunState::EmptyFiles(qsizetype count) {
     return files;
 }
 
+QString RunState::MessageTitle() const {
+    return Messages[11].isEmpty() ? DefaultBoxTitle() : Messages[11];
+}
+
 void RunState::ResetRun() {
     NumFiles = 0;
     NumQuestionnaires = 0;

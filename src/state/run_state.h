@@ -13,6 +13,7 @@
 
 #include <QHash>
 #include <QStringList>
+#include <array>
 #include <functional>
 #include <memory>
 #include <vector>
@@ -97,6 +98,15 @@ public:
     qint16 FileStep = 0;
     qint16 CurrentFile = 0;
     QString FileKind;
+
+    // --- Messages and the run's switches ---------------------------------------------------------
+    /// Codes 101 to 125: `Messages[n]` is code 100 + n; element 0 unused. Empty until loaded.
+    std::array<QString, 26> Messages;
+    /// The title most boxes of a run carry: message 111, or the program's name while it is empty.
+    QString MessageTitle() const;
+    Flag RepeatSessions = False;
+    Flag NextSessionAccepted = False;
+    Flag WordFound = False;
 
     // --- Shared scratch and switches -------------------------------------------------------------
     ParameterList Parameters;

@@ -1,8 +1,8 @@
 // corvane-def: makes experiment and questionnaire files from CSV, writes them back as CSV, and
 // shows what a questionnaire reads into.
 #include "definitions/definition_writer.h"
-#include "definitions/questionnaire_reader.h"
 #include "definitions/questionnaire_listing.h"
+#include "definitions/questionnaire_reader.h"
 #include "state/error.h"
 #include "state/run_state.h"
 
@@ -10,6 +10,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QTextStream>
+#include <cmath>
 #include <optional>
 
 using namespace corvane;
@@ -69,7 +70,7 @@ int Create(QStringList args) {
         const double number = versionText->toDouble(&ok);
         if (*versionText == QLatin1String("none"))
             version.reset();
-        else if (ok)
+        else if (ok && std::isfinite(number))
             version = number;
         else
             return Usage(QStringLiteral("--version takes a number or none"));

@@ -1,13 +1,12 @@
 // Finding files that definitions name, making folders, removing text, looking up programs, and
 // the single-questionnaire wrapping.
+#include "definition_fixtures.h"
 #include "definitions/definition_store.h"
 #include "definitions/single_questionnaire.h"
 #include "state/error.h"
 #include "state/helpers.h"
 #include "state/run_state.h"
 #include "state/settings_store.h"
-
-#include "definition_fixtures.h"
 
 #include <QtTest>
 
@@ -83,11 +82,21 @@ private slots:
         QTest::addColumn<QString>("what");
         QTest::addColumn<QString>("text");
         QTest::addColumn<QString>("result");
-        QTest::newRow("whole") << "ab" << "ab" << "";
-        QTest::newRow("both ends") << "a" << "aXa" << "X";
-        QTest::newRow("middle") << "--" << "x--y--z" << "xyz";
-        QTest::newRow("case matters") << "A" << "aAa" << "aa";
-        QTest::newRow("absent") << "q" << "abc" << "abc";
+        QTest::newRow("whole") << "ab"
+                               << "ab"
+                               << "";
+        QTest::newRow("both ends") << "a"
+                                   << "aXa"
+                                   << "X";
+        QTest::newRow("middle") << "--"
+                                << "x--y--z"
+                                << "xyz";
+        QTest::newRow("case matters") << "A"
+                                      << "aAa"
+                                      << "aa";
+        QTest::newRow("absent") << "q"
+                                << "abc"
+                                << "abc";
     }
     void removeText() {
         QFETCH(QString, what);
@@ -113,7 +122,8 @@ private slots:
     void errorBoxText() {
         QCOMPARE(ReportErrorTitle(), "Corvane Error Trapper");
         QVERIFY(ReportErrorText(13, "Type mismatch")
-                    .startsWith("An error has occurred.  Error 13. Type mismatch. Please report it to"));
+                    .startsWith(
+                        "An error has occurred.  Error 13. Type mismatch. Please report it to"));
     }
 
     void singleQuestionnaireBecomesAOneRowExperiment() {

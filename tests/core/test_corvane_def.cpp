@@ -1,0 +1,341 @@
+// corvane-def run as a program: CSV in, definition files out and back again, errors that name
+// the place to fix, and the questionnaire listing.
+#include "definitions/csv.h"
+#include "definitions/definition_columns.h"
+#include "definitions/definition_store.h"
+
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QtTest>
+
+using namespace corvane;
+
+namespace {
+
+struct Run {
+    int status = -1; // -1 when the program crashed or hung
+    QString out;
+    QString err;
+};
+
+Run RunDef(const QStringList& args, const QString& folder = QString()) {
+    QProcess process;
+    process.setWorkingDirectory(folder);
+    process.start(QStringLiteral(CORVANE_DEF), args);
+    Run run;
+    if (process.waitForFinished(30000) && process.exitStatus() == QProcess::NormalExit)
+        run.status = process.exitCode();
+    run.out = QString::fromUtf8(process.readAllStandardOutput());
+    run.err = QString::fromUtf8(process.readAllStandardError());
+    return run;
+}
+
+// Words of a command line; the tests' arguments hold no blanks.
+QStringList Args(const char* words) {
+    return QString::fromUtf8(words).split(QLatin1Char(' '), Qt::SkipEmptyParts);
+}
+
+// Every line must appear whole in the block.
+void ExpectLines(const QString& block, const char* lines) {
+    for (const QString& line : QString::fromUtf8(lines).split(QLatin1Char('\n')))
+        QVERIFY2(block.contains(line + QLatin1Char('\n')),
+                 qPrintable(line + QStringLiteral(" in\n") + block));
+}
+
+QString Write(const QTemporaryDir& dir, const QString& name, const QString& text) {
+    const QString path = dir.filePath(name);
+    QFile file(path);
+    if (file.open(QIODevice::WriteOnly | QIODevice::Truncate))
+        file.write(text.toUtf8());
+    return path;
+}
+
+// A NULL (unquoted \N) is an invalid QVariant, so that it never equals the text "\N".
+QVariant CellValue(const CsvCell& cell) {
+    return !cell.quoted && cell.text == QLatin1String("\\N") ? QVariant() : QVariant(cell.text);
+}
+
+// Rows of parsed CSV as column name (lower case) to cell value.
+QList<QHash<QString, QVariant>> ByName(const QString& csv) {
+    const std::vector<CsvRow> rows = ParseCsv(csv);
+    QList<QHash<QString, QVariant>> result;
+    for (std::size_t r = 1; r < rows.size(); ++r) {
+        QHash<QString, QVariant> row;
+        for (std::size_t c = 0; c < rows[r].size() && c < rows[0].size(); ++c)
+            row.insert(rows[0][c].text.toLower(), CellValue(rows[r][c]));
+        result << row;
+    }
+    return result;
+}
+
+// What export gives for a column of an input row: a missing column its empty or zero value,
+// a yes/no word yes or no, anything else what was written.
+QVariant Exported(const ColumnSpec& column, const QHash<QString, QVariant>& row) {
+    const QString key = column.name.toLower();
+    if (!row.contains(key)) {
+        if (column.type == ColumnType::Text)
+            return QString();
+        return column.type == ColumnType::YesNo ? QStringLiteral("no") : QStringLiteral("0");
+    }
+    const QVariant cell = row.value(key);
+    if (column.type != ColumnType::YesNo || !cell.isValid())
+        return cell;
+    const QStringList yes{QStringLiteral("1"), QStringLiteral("-1"), QStringLiteral("true"),
+                          QStringLiteral("yes"), QStringLiteral("on")};
+    return yes.contains(cell.toString().toLower()) ? QStringLiteral("yes") : QStringLiteral("no");
+}
+
+} // namespace
+
+class TestCorvaneDef : public QObject {
+    Q_OBJECT
+private slots:
+    void createThenExportGivesTheRowsBack_data() {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("csv");
+        QTest::newRow("questionnaire")
+            << QStringLiteral("a.que")
+            << QStringLiteral(
+                   "VARIABLENAME,questionNumber,questiontype,QuestionWording,"
+                   "parameters,writedata,WriteRT,writeText,GoBack,wgr,textlabel1,skip1\r\n"
+                   "q1,1,Scale Response,\"Sure, or \"\"quite\"\" sure?\",\"(p5,d2)\","
+                   "1,0,true,yes,-3,\\N,\"\\N\"\r\n"
+                   "q2,1.5,Text,\"two lines\nand \"\"more\"\"\r\nthree\",none,TRUE,off,"
+                   "0,no,1.5,Größe ✓ 日本, padded \n"
+                   "q3,-3,Text,\\N,,-1,\\N,false,on,\\N,\"\",\" \"\n");
+        QTest::newRow("experiment")
+            << QStringLiteral("b.exp")
+            << QStringLiteral("FILE,condition,Position,parameters,bgr\n"
+                              "intro.que,A,1,\"(l1,t2)\",\\N\n"
+                              "\"a,b.que\",\"\\N\",-3,\"say \"\"hi\"\"\",1.5\n"
+                              "ünïcode.exp,\\N,\\N,\"x\ny\",\n");
+    }
+
+    void createThenExportGivesTheRowsBack() {
+        QFETCH(QString, name);
+        QFETCH(QString, csv);
+        QTemporaryDir dir;
+        const QString first = dir.filePath(name);
+        const QString second = dir.filePath(QStringLiteral("again-") + name);
+        const Run made =
+            RunDef({QStringLiteral("create"), first, Write(dir, QStringLiteral("in.csv"), csv)});
+        QVERIFY2(made.status == 0, qPrintable(made.err));
+        const Run exported = RunDef({QStringLiteral("export"), first});
+        QCOMPARE(exported.status, 0);
+        QVERIFY(RunDef({QStringLiteral("create"), second,
+                        Write(dir, QStringLiteral("out.csv"), exported.out)})
+                    .status == 0);
+        const Run again = RunDef({QStringLiteral("export"), second});
+        QCOMPARE(again.status, 0);
+        QCOMPARE(again.out, exported.out);
+
+        // Every known column, in the fixed order.
+        const auto& columns = Table1Columns(KindOfFile(name));
+        QStringList expectedHeader;
+        for (const ColumnSpec& column : columns)
+            expectedHeader << column.name;
+        QCOMPARE(exported.out.section(QLatin1Char('\n'), 0, 0),
+                 expectedHeader.join(QLatin1Char(',')));
+
+        const auto input = ByName(csv);
+        const auto output = ByName(exported.out);
+        QCOMPARE(output.size(), input.size());
+        for (qsizetype r = 0; r < input.size(); ++r) {
+            for (const ColumnSpec& column : columns) {
+                const QVariant cell = output[r].value(column.name.toLower());
+                QVERIFY2(cell == Exported(column, input[r]),
+                         qPrintable(QStringLiteral("row %1, %2: '%3'")
+                                        .arg(r + 1)
+                                        .arg(column.name, cell.toString())));
+            }
+        }
+    }
+
+    void versionOfAQuestionnaire_data() {
+        QTest::addColumn<QStringList>("flags");
+        QTest::addColumn<double>("version"); // 0: no QuestionnaireInfo
+        QTest::addColumn<bool>("goBackRead");
+        QTest::newRow("default") << QStringList() << 4.0 << true;
+        QTest::newRow("3") << Args("--version 3") << 3.0 << false;
+        QTest::newRow("4.5") << Args("--version 4.5") << 4.5 << true;
+        QTest::newRow("none") << Args("--version none") << 0.0 << false;
+    }
+
+    void versionOfAQuestionnaire() {
+        QFETCH(QStringList, flags);
+        QFETCH(double, version);
+        QFETCH(bool, goBackRead);
+        QTemporaryDir dir;
+        const QString que = dir.filePath(QStringLiteral("v.que"));
+        const QString csv = Write(dir, QStringLiteral("v.csv"),
+                                  QStringLiteral("questionnumber,VariableName,GoBack\n1,a,yes\n"));
+        QCOMPARE(RunDef(QStringList{QStringLiteral("create"), que, csv} + flags).status, 0);
+        const auto stored = ReadQuestionnaireVersion(que);
+        QCOMPARE(stored.has_value(), version != 0.0);
+        if (stored)
+            QCOMPARE(stored->ToNumber(), version);
+        // GoBack is only read from version 4 on.
+        const Run shown = RunDef({QStringLiteral("show"), que});
+        QCOMPARE(shown.status, 0);
+        QVERIFY(shown.out.contains(goBackRead ? QLatin1String("may go back: yes")
+                                              : QLatin1String("may go back: no")));
+    }
+
+    void badInputNamesLineAndColumn_data() {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("csv");
+        QTest::addColumn<QString>("place");
+        const QString head = QStringLiteral("questionnumber,QuestionWording,WriteRT\n");
+        const auto add = [&](const char* tag, const char* name, const QString& csv,
+                             const char* at) {
+            QTest::newRow(tag) << QString::fromLatin1(name) << csv << QString::fromLatin1(at);
+        };
+        add("unknown column", "x.que", QStringLiteral("QuestionType,Colour\n"), "1:2");
+        add("column twice", "x.que", QStringLiteral("questionnumber,QUESTIONNUMBER\n"), "1:2");
+        add("empty file", "x.que", QString(), "1:1");
+        add("questionnumber", "x.que", head + QStringLiteral("1,a,yes\none,b,no\n"), "3:1");
+        add("position", "x.exp", QStringLiteral("file,position\na,1\nb,2x\n"), "3:2");
+        add("yes/no", "x.que", head + QStringLiteral("1,a,yes\n2,b,maybe\n"), "3:3");
+        add("unclosed quote", "x.que", head + QStringLiteral("1,a,yes\n2,\"open,no\n3,c,no\n"),
+            "3:2");
+        add("cell too many", "x.que", head + QStringLiteral("1,a,yes,no\n"), "2:4");
+        add("quote in plain cell", "x.que", head + QStringLiteral("1,say \"hi\",no\n"), "2:2");
+        add("text after quote", "x.que", head + QStringLiteral("1,\"a\"b,no\n"), "2:2");
+        add("after a multi-line cell", "x.que",
+            head + QStringLiteral("1,\"two\r\nthree\nfour\",yes\r\n\n2,x,perhaps\n"), "6:3");
+        add("after a multi-line number", "x.exp",
+            QStringLiteral("Parameters,position\r\"a\rb\",1\r\"c\",x\r"), "4:2");
+    }
+
+    void badInputNamesLineAndColumn() {
+        QFETCH(QString, name);
+        QFETCH(QString, csv);
+        QFETCH(QString, place);
+        QTemporaryDir dir;
+        const QString from = Write(dir, QStringLiteral("from.csv"), csv);
+        const Run run = RunDef({QStringLiteral("create"), dir.filePath(name), from});
+        QCOMPARE(run.status, 1);
+        QVERIFY2(run.err.startsWith(from + QLatin1Char(':') + place + QStringLiteral(": ")),
+                 qPrintable(run.err));
+        QCOMPARE(run.err.count(QLatin1Char('\n')), 1);
+        QVERIFY(run.err.endsWith(QLatin1Char('\n')));
+        QVERIFY(run.err.size() > from.size() + place.size() + 4); // a message follows
+        // Neither the file nor a half-built one is left behind.
+        QCOMPARE(QDir(dir.path()).entryList(QDir::Files), QStringList{QStringLiteral("from.csv")});
+    }
+
+    void showListsWhatTheQuestionnaireReadsInto() {
+        QTemporaryDir dir;
+        const QString que = dir.filePath(QStringLiteral("s.que"));
+        const QString csv = QStringLiteral(
+            "questionnumber,QuestionType,QuestionWording,VariableName,Parameters,WriteData,"
+            "omitconditions,textlabel1,pointlabel1,skip1,textlabel2,pointlabel2,skip2,"
+            "textlabel3,pointlabel3,skip3\n"
+            "2,Text,none,info,(o0),no,,,,q4,,,,,,\n"
+            "1,Scale Response,How sure?,sure,\"(p5,d2,s7)\",yes,\"(a,b)\",none,Low,q3,High,"
+            "NONE,none,none,none,none\n");
+        QCOMPARE(RunDef({QStringLiteral("create"), que, Write(dir, QStringLiteral("s.csv"), csv)})
+                     .status,
+                 0);
+        const Run plain = RunDef({QStringLiteral("show"), que});
+        QCOMPARE(plain.status, 0);
+        QVERIFY(plain.out.startsWith(QStringLiteral("questionnaire \"") + que +
+                                     QStringLiteral("\": 2 items\n")));
+        const QStringList items = plain.out.split(QStringLiteral("item "));
+        QCOMPARE(items.size(), 3);
+        ExpectLines(items[1], "1: \"scale response\", variable \"sure\"\n"
+                              "  wording: \"How sure?\"\n"
+                              "  parameters: \"5\"\n"
+                              "  duration ms: 2000\n"
+                              "  scale step (s): 5\n"
+                              "  label 1: text \"\", button \"Low\", skip \"q3\"\n"
+                              "  label 2: text \"High\", button \"\", skip \"none\"");
+        ExpectLines(items[2], "2: \"text\", variable \"info\"\n"
+                              "  wording: \" \"\n"
+                              "  response delay (o): 1\n"
+                              "  skip: \"q4\"");
+        QVERIFY(items[1].contains(QLatin1String("write data yes")));
+        QVERIFY(items[2].contains(QLatin1String("write data no")));
+        QVERIFY(!items[1].contains(QLatin1String("label 3")));
+        QVERIFY(!plain.out.contains(QLatin1String("omitted")));
+        QVERIFY(plain.out.endsWith(QLatin1String("order drawn: 1 2\n")));
+
+        const Run inB = RunDef(
+            {QStringLiteral("show"), que, QStringLiteral("--condition"), QStringLiteral("B")});
+        QCOMPARE(inB.status, 0);
+        QCOMPARE(inB.out.count(QLatin1String("omitted in this condition")), 1);
+        QVERIFY(inB.out.split(QStringLiteral("item "))[1].contains(QLatin1String("omitted")));
+        const Run inC = RunDef(
+            {QStringLiteral("show"), que, QStringLiteral("--condition"), QStringLiteral("c")});
+        QVERIFY(inC.status == 0 && !inC.out.contains(QLatin1String("omitted")));
+    }
+
+    void unreadableFilesGiveOneLine() {
+        QTemporaryDir dir;
+        const QString gone = dir.filePath(QStringLiteral("gone.que"));
+        const QString junk = Write(dir, QStringLiteral("junk.que"), QStringLiteral("not a db\n"));
+        const QString csv = Write(dir, QStringLiteral("ok.csv"), QStringLiteral("file\na\n"));
+        const QString show = QStringLiteral("show"), exp = QStringLiteral("export");
+        const QString create = QStringLiteral("create");
+        const QList<QStringList> runs{{show, gone},
+                                      {show, junk},
+                                      {exp, gone},
+                                      {exp, junk},
+                                      {create, dir.filePath(QStringLiteral("made.exp")),
+                                       dir.filePath(QStringLiteral("x.csv"))},
+                                      {create, dir.filePath(QStringLiteral("made.txt")), csv}};
+        for (const QStringList& args : runs) {
+            const Run run = RunDef(args);
+            QCOMPARE(run.status, 1);
+            QCOMPARE(run.err.count(QLatin1Char('\n')), 1);
+            // The line names the file at fault: the CSV that is missing, else the first file.
+            QVERIFY2(run.err.startsWith(args.at(1) + QLatin1Char(':')) ||
+                         run.err.startsWith(args.last() + QLatin1Char(':')),
+                     qPrintable(run.err));
+        }
+        QCOMPARE(QDir(dir.path()).entryList(QDir::Files),
+                 (QStringList{QStringLiteral("junk.que"), QStringLiteral("ok.csv")}));
+    }
+
+    void usageErrorsExitWithTwo() {
+        for (const char* words :
+             {"", "frobnicate a.que", "create a.que", "create a.que a.csv --version",
+              "create a.que a.csv --version four", "export", "export a.exp b.exp", "show",
+              "show a.que --condition", "show a.que --seed x"}) {
+            QTemporaryDir dir;
+            QVERIFY2(RunDef(Args(words), dir.path()).status == 2, words);
+            QVERIFY(QDir(dir.path()).isEmpty());
+        }
+    }
+
+    void parserEdgeCases() {
+        // A byte-order mark is not part of the first name; blank lines still count as lines.
+        const auto rows = ParseCsv(QStringLiteral("\uFEFFa,b\n\n\n\"\",c,\n"));
+        QCOMPARE(rows.size(), std::size_t(2));
+        QCOMPARE(rows[0][0].text, QStringLiteral("a"));
+        QCOMPARE(rows[1].size(), std::size_t(3)); // a trailing comma is an empty last cell
+        QVERIFY(rows[1][0].quoted && rows[1][0].text.isEmpty());
+        QCOMPARE(rows[1][2].line, 4);
+        QCOMPARE(rows[1][2].column, 3);
+
+        QCOMPARE(CsvField(QStringLiteral("plain")), QStringLiteral("plain"));
+        QCOMPARE(CsvField(QStringLiteral("plain"), true), QStringLiteral("\"plain\""));
+        QCOMPARE(CsvField(QStringLiteral("say \"hi\"")), QStringLiteral("\"say \"\"hi\"\"\""));
+        const std::vector<QString> awkward{QStringLiteral("a,b"),    QStringLiteral(" lead"),
+                                           QStringLiteral("trail "), QStringLiteral("x\r\ny"),
+                                           QStringLiteral("\"q\""),  QString()};
+        std::vector<QString> fields;
+        for (const QString& text : awkward)
+            fields.push_back(CsvField(text));
+        const auto back = ParseCsv(CsvLine(fields));
+        QCOMPARE(back.size(), std::size_t(1));
+        QCOMPARE(back[0].size(), awkward.size());
+        for (std::size_t c = 0; c < awkward.size(); ++c)
+            QCOMPARE(back[0][c].text, awkward[c]);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestCorvaneDef)
+#include "test_corvane_def.moc"
