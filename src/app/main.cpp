@@ -18,6 +18,10 @@ const char* const kUsage = "Usage: corvane [--version] [FILE.que]\n"
 } // namespace
 
 int main(int argc, char* argv[]) {
+    // Without a display, run on the offscreen platform rather than refuse to start.
+    if (qEnvironmentVariableIsEmpty("DISPLAY") && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") &&
+        qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Corvane"));
     QApplication::setApplicationVersion(QStringLiteral(CORVANE_VERSION));
