@@ -1,0 +1,31 @@
+// Loading an experiment for one participant: proving every questionnaire usable, measuring the
+// response tables, scanning the variables and building the condition's file list in the order
+// drawn. A failure is reported in the operator's words and the run doesn't start.
+#pragma once
+
+#include <functional>
+
+namespace corvane {
+
+class RunState;
+
+/// What the program around the loader does at its points of contact.
+struct ExperimentLoadHooks {
+    /// Readies the sound capture used by voice items (once per program).
+    std::function<void()> InitialiseVoice;
+    /// Writes the statistics syntax of the questionnaires once the tables stand.
+    std::function<void()> WriteQuestionnaireSyntax;
+};
+
+/// What the experiment will need from outside programs.
+struct ExperimentNeeds {
+    bool word = false;
+    bool wordPerfect = false;
+};
+
+/// Loads `ExperimentFile` for `ConditionID` from the working folder. True when the run can
+/// start; false after the failure has been shown, with `NumQuestionnaires` 0 and
+/// `NextSessionAccepted` false.
+bool ReadExperimentInfo(RunState& state, const ExperimentLoadHooks& hooks, ExperimentNeeds& needs);
+
+} // namespace corvane
