@@ -105,6 +105,11 @@ public:
     /// The title most boxes of a run carry: message 111, or the program's name while it is empty.
     QString MessageTitle() const;
     Flag RepeatSessions = False;
+    Flag TimerFormUp = False;
+    /// Preferences read by the run: the password that closes it, and whether the task keys
+    /// are taken away while it runs.
+    QString ExitPassword;
+    bool LockSystemKeys = false;
     Flag NextSessionAccepted = False;
     Flag WordFound = False;
 

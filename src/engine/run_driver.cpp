@@ -1,0 +1,389 @@
+#include "engine/run_driver.h"
+
+#include "definitions/number_reading.h"
+#include "definitions/questionnaire_reader.h"
+#include "engine/messages.h"
+#include "engine/subject_info.h"
+#include "state/checked_int.h"
+#include "state/error.h"
+#include "state/helpers.h"
+#include "state/program_folder.h"
+#include "state/run_state.h"
+#include "state/text.h"
+
+#include <QDir>
+#include <QTime>
+
+namespace corvane {
+
+namespace {
+
+QString TimeOfDay() {
+    return QTime::currentTime().toString(QStringLiteral("hh:mm:ss"));
+}
+
+int Number(const QString& text) {
+    return int(ReadNumber(text));
+}
+
+const QString kNotFoundTail =
+    QStringLiteral("' was requested but not found.  This item will be skipped.");
+
+QString DocumentMissingText() {
+    return QStringLiteral(
+        "A Word document has been requested, but Word can not be found. If you have "
+        "Word on this machine, make sure the path is entered correctly under "
+        "'Preferences->Edit Current Preferences->Files' from the main menu.");
+}
+
+bool IsNone(const QString& skip) {
+    return skip.isEmpty() || skip == QLatin1String("none");
+}
+
+// Item types whose file must be there before the item is shown.
+bool NeedsItemFile(const QString& type) {
+    static const QStringList types{
+        QStringLiteral("sound file"),      QStringLiteral("image file"),
+        QStringLiteral("movie"),           QStringLiteral("word document"),
+        QStringLiteral("wordperfect doc"), QStringLiteral("powerpoint show")};
+    return types.contains(type);
+}
+
+} // namespace
+
+FileKindClass ClassifyFileKind(const QString& kind) {
+    static const QList<std::pair<QStringList, FileKindClass>> table{
+        {{QStringLiteral("bmp"), QStringLiteral("jpg"), QStringLiteral("gif")},
+         FileKindClass::Image},
+        {{QStringLiteral("htm"), QStringLiteral("tml")}, FileKindClass::WebPage},
+        {{QStringLiteral("wav"), QStringLiteral("mp3")}, FileKindClass::Sound},
+        {{QStringLiteral("exe")}, FileKindClass::Program},
+        {{QStringLiteral("pps")}, FileKindClass::SlideShow},
+        {{QStringLiteral("doc"), QStringLiteral("wpd")}, FileKindClass::Document},
+        {{QStringLiteral("avi"), QStringLiteral("mov"), QStringLiteral("mpg"),
+          QStringLiteral("ppv"), QStringLiteral("mpa")},
+         FileKindClass::Movie},
+        {{QStringLiteral("csv")}, FileKindClass::TachyraSession},
+        {{QStringLiteral("que")}, FileKindClass::Questionnaire},
+    };
+    for (const auto& [kinds, cls] : table) {
+        if (kinds.contains(kind))
+            return cls;
+    }
+    return FileKindClass::Unknown;
+}
+
+QString FileKindName(FileKindClass kind) {
+    switch (kind) {
+    case FileKindClass::Image:
+        return QStringLiteral("image");
+    case FileKindClass::WebPage:
+        return QStringLiteral("web page");
+    case FileKindClass::Sound:
+        return QStringLiteral("sound");
+    case FileKindClass::Program:
+        return QStringLiteral("program");
+    case FileKindClass::SlideShow:
+        return QStringLiteral("slide show");
+    case FileKindClass::Document:
+        return QStringLiteral("document");
+    case FileKindClass::Movie:
+        return QStringLiteral("movie");
+    case FileKindClass::TachyraSession:
+        return QStringLiteral("reaction-time session");
+    case FileKindClass::Questionnaire:
+        return QStringLiteral("questionnaire");
+    default:
+        return QStringLiteral("unknown");
+    }
+}
+
+bool IsKnownItemType(const QString& type) {
+    static const QStringList types{QStringLiteral("sound file"),
+                                   QStringLiteral("image file"),
+                                   QStringLiteral("html"),
+                                   QStringLiteral("webtracker"),
+                                   QStringLiteral("tachyra"),
+                                   QStringLiteral("essay"),
+                                   QStringLiteral("executable"),
+                                   QStringLiteral("powerpoint show"),
+                                   QStringLiteral("fill-in-the-blank"),
+                                   QStringLiteral("inquisit session"),
+                                   QStringLiteral("instructions"),
+                                   QStringLiteral("movie"),
+                                   QStringLiteral("multiple response"),
+                                   QStringLiteral("ranking"),
+                                   QStringLiteral("scale response"),
+                                   QStringLiteral("thought listing"),
+                                   QStringLiteral("recall list"),
+                                   QStringLiteral("thought rating"),
+                                   QStringLiteral("word document"),
+                                   QStringLiteral("wordperfect doc"),
+                                   QStringLiteral("on-line rating"),
+                                   QStringLiteral("voice response")};
+    return types.contains(type);
+}
+
+RunDriver::RunDriver(RunState& state, RunHost& host) : m_state(state), m_host(host) {}
+
+void RunDriver::Inform(const QString& title, const QString& text, int icon) {
+    m_state.Boxes().Show(MessageBox{title, text, BoxIcon(icon)});
+}
+
+void RunDriver::NotAvailable(const QString& what, const QString& name) {
+    // Until every presenter exists, an entry of a missing kind is told and passed over.
+    Inform(m_state.MessageTitle(),
+           QStringLiteral("Showing ") + what +
+               QStringLiteral(" is not available in this version of "
+                              "Corvane. '") +
+               name + QStringLiteral("' is passed over."),
+           int(BoxIcon::Information));
+}
+
+void RunDriver::ReportFault(const CorvaneError& error) {
+    m_state.Boxes().Show(MessageBox{
+        DefaultBoxTitle(), QString::number(error.number()) + error.description(), BoxIcon::None});
+}
+
+void RunDriver::StartExperiment() {
+    m_ended = false;
+    m_host.LoadPreferences(QString());
+    if (m_state.LockSystemKeys)
+        m_host.SetSystemKeysLocked(true);
+    m_state.Random().Seed();
+    WriteCurrentSubjectInfo(ProgramFolder::Path(), m_state.SubjectID, m_state.ConditionID);
+    m_host.ShowRunScreen();
+    LoadMessages(m_state, ProgramFolder::Path());
+    m_runStart = m_state.Clock().Now();
+    LastStamp = m_runStart;
+    NextFile();
+}
+
+void RunDriver::NextFile() {
+    try {
+        // A passed-over entry goes straight on to the next: a loop rather than a call to itself.
+        while (StepFile()) {
+        }
+    } catch (const CorvaneError& error) {
+        ReportFault(error);
+    }
+}
+
+// One step of the list. True when the walk goes straight on to the next entry.
+bool RunDriver::StepFile() {
+    if (IsTrue(m_state.TimerFormUp))
+        m_host.UnloadTimerForm();
+    QString folder = m_state.ExperimentFolder;
+    ChangeToFolder(folder);
+    Increment(m_state.FileStep);
+    if (m_state.FileStep > m_state.NumFiles) {
+        EndOfRun();
+        return false;
+    }
+    const FileEntry& atStep = m_state.Files[std::size_t(m_state.FileStep)];
+    m_state.CurrentFile =
+        ToInt16(Number(m_state.Files[std::size_t(Number(atStep.BGRPosition))].WGRPosition));
+    const FileEntry& entry = m_state.Files[std::size_t(m_state.CurrentFile)];
+    const QString& name = entry.File;
+    m_state.FileKind = LastChars(name, 3).toLower();
+    const FileKindClass kind = ClassifyFileKind(m_state.FileKind);
+
+    const bool mayBeElsewhere = m_state.FileKind == QLatin1String("exe") ||
+                                m_state.FileKind == QLatin1String("htm") ||
+                                m_state.FileKind == QLatin1String("tml");
+    if (FileExists(name) == 0 && !mayBeElsewhere) {
+        Inform(QStringLiteral("File not found"),
+               QStringLiteral("The file '") + name + kNotFoundTail, int(BoxIcon::Information));
+        return true;
+    }
+    m_order.StartFile(m_state.SubjectID, m_state.ConditionID, TimeOfDay(), name,
+                      kind == FileKindClass::Questionnaire);
+
+    switch (kind) {
+    case FileKindClass::Questionnaire:
+        PresentQuestionnaire(entry, name);
+        return false;
+    case FileKindClass::Document:
+        if (!IsTrue(m_state.WordFound)) {
+            Inform(m_state.MessageTitle(), DocumentMissingText(), int(BoxIcon::Warning));
+            return true;
+        }
+        break;
+    case FileKindClass::Unknown:
+        Inform(m_state.MessageTitle(),
+               QStringLiteral("Current file type is defined in the experiment as '") + name +
+                   QStringLiteral(
+                       ".'  This file is not recognized as a valid file type.  To fix this, "
+                       "edit the current experiment file and be sure that all files have "
+                       "valid three-letter extensions.  See help for details."),
+               int(BoxIcon::Information));
+        return true;
+    default:
+        break;
+    }
+    if (!m_host.PresentFile(kind, entry)) {
+        NotAvailable(FileKindName(kind) + QStringLiteral(" files"), name);
+        return true;
+    }
+    return false;
+}
+
+void RunDriver::PresentQuestionnaire(const FileEntry& entry, const QString& name) {
+    m_state.QuestionnaireFile = name;
+    QuestionnaireStart = m_state.Clock().Now();
+    if (entry.Duration < 0)
+        m_host.ShowTimerForm();
+    m_host.PlayBackgroundSound(entry.backsound);
+    // A questionnaire that can't be read has said why; the run then waits for the operator.
+    if (!ReadQuestionnaire(m_state))
+        return;
+    m_state.QuestionStep = 0;
+    m_state.ResponseSlot = 0;
+    NextQuestion();
+}
+
+void RunDriver::NextQuestion() {
+    try {
+        while (StepQuestion()) {
+        }
+        if (m_state.CurrentQuestion > 0)
+            m_state.Questions[std::size_t(m_state.CurrentQuestion)].Answered = True;
+    } catch (const CorvaneError& error) {
+        ReportFault(error);
+    }
+}
+
+// One step of the items. True when the walk goes straight on to the next item.
+bool RunDriver::StepQuestion() {
+    QString folder = m_state.ExperimentFolder;
+    ChangeToFolder(folder);
+    Increment(m_state.QuestionStep);
+    if (m_state.QuestionStep == 1)
+        m_state.SkipTarget = QStringLiteral("none"); // a jump never crosses questionnaires
+    m_state.ResponseSlot = 1;
+    if (m_state.QuestionStep >= 2 && IsTrue(m_state.GoingBack)) {
+        m_state.QuestionStep = m_state.BackStack[std::size_t(m_state.BackDepth - 1)];
+        m_state.BackDepth = qint16(m_state.BackDepth - 2);
+        m_state.GoingBack = False;
+    }
+    if (m_state.QuestionStep > m_state.NumQuestions) {
+        m_state.QuestionStep = 0;
+        m_state.ResponseSlot = 0;
+        m_state.CurrentQuestion = 0;
+        m_state.BackDepth = 0;
+        NextFile();
+        return false;
+    }
+    const Question& atStep = m_state.Questions[std::size_t(m_state.QuestionStep)];
+    m_state.CurrentQuestion = m_state.Questions[std::size_t(atStep.BGRPosition)].WGRPosition;
+    Question& item = m_state.Questions[std::size_t(m_state.CurrentQuestion)];
+    LastSkipTarget = m_state.SkipTarget;
+
+    if (!IsNone(m_state.SkipTarget) && item.VariableName.toLower() != m_state.SkipTarget.toLower())
+        return true;
+    if (item.omitconditions == 1)
+        return true;
+
+    Increment(m_state.BackDepth);
+    m_state.BackStack[std::size_t(m_state.BackDepth)] = m_state.QuestionStep;
+    m_order.AddItem(item.VariableName);
+
+    auto passOn = [&] {
+        if (m_state.CurrentQuestion < 1) {
+            NextFile();
+            return false;
+        }
+        m_state.SkipTarget = item.skip;
+        return true;
+    };
+
+    if (NeedsItemFile(item.QuestionType) && FileExists(item.FileName) == 0) {
+        Inform(m_state.MessageTitle(), QStringLiteral("The file '") + item.FileName + kNotFoundTail,
+               int(BoxIcon::Information));
+        if (m_state.CurrentQuestion >= 1)
+            item.Answered = True;
+        return passOn();
+    }
+    if (!IsKnownItemType(item.QuestionType)) {
+        Inform(m_state.MessageTitle(),
+               QStringLiteral("Current item type is defined in the questionnaire as '") +
+                   item.QuestionType +
+                   QStringLiteral(
+                       ".'  This is not currently a valid item type.  To fix this, edit the "
+                       "current questionnaire file and be sure that all items are selected "
+                       "from the available pull down menu."),
+               int(BoxIcon::Information));
+        return passOn();
+    }
+    const bool document = item.QuestionType == QLatin1String("word document") ||
+                          item.QuestionType == QLatin1String("wordperfect doc");
+    if (document && !IsTrue(m_state.WordFound)) {
+        Inform(m_state.MessageTitle(), DocumentMissingText(), int(BoxIcon::Warning));
+        return true;
+    }
+    if (!m_host.PresentItem(item)) {
+        NotAvailable(QStringLiteral("'") + item.QuestionType + QStringLiteral("' items"),
+                     item.VariableName);
+        return passOn();
+    }
+    return false;
+}
+
+void RunDriver::OperatorKeys(bool control, bool alt) {
+    if (!control && !alt)
+        return;
+    if (!control && m_state.CurrentQuestion < 1)
+        return;
+    m_host.UnloadCurrentForm();
+    if (control && alt) {
+        m_state.FileStep = ToInt16(qint64(m_state.NumFiles) + 1);
+        NextFile();
+    } else if (alt) {
+        m_state.QuestionStep = ToInt16(qint64(m_state.NumQuestions) + 1);
+        NextQuestion();
+    } else if (m_state.CurrentQuestion >= 1) {
+        NextQuestion();
+    } else {
+        NextFile();
+    }
+}
+
+void RunDriver::EndOfRun() {
+    if (m_state.NumQuestionnaires > 0) {
+        m_state.ExperimentFileName =
+            m_state.ExperimentFileName.left(m_state.ExperimentFileName.size() - 4)
+                .replace(QLatin1Char(' '), QLatin1Char('_'));
+        m_host.WriteDataByQuestionnaire();
+        QString dataFolder = m_state.DataRoot + QStringLiteral("/data/byquestionnaire");
+        ChangeToFolder(dataFolder);
+        if (!m_order.AppendTo(dataFolder))
+            Inform(
+                m_state.MessageTitle(),
+                QStringLiteral("The order of this run could not be added to '") + dataFolder +
+                    QStringLiteral("question_order.csv'. Make sure the file is not open in another "
+                                   "program and that the folder can be written."),
+                int(BoxIcon::Warning));
+        m_host.WriteDataByVariable();
+        QString folder = m_state.ExperimentFolder;
+        ChangeToFolder(folder);
+    }
+    if (!m_state.ExitPassword.isEmpty())
+        m_host.ShowPasswordForm();
+    m_host.LoadPreferences(QString());
+    m_host.SetSystemKeysLocked(false);
+    m_state.ResetRun();
+    m_ended = true;
+    Inform(QStringLiteral("Participant ") + m_state.SubjectID, m_state.Messages[6],
+           int(BoxIcon::Information));
+    m_host.ReturnToLauncher();
+    if (IsTrue(m_state.RepeatSessions)) {
+        const BoxAnswer answer = m_state.Boxes().Show(
+            MessageBox{DefaultBoxTitle(), QStringLiteral("Begin next session?"), BoxIcon::Question,
+                       BoxButtons::YesNo, BoxAnswer::Yes});
+        m_state.NextSessionAccepted = ToFlag(answer == BoxAnswer::Yes);
+        if (answer == BoxAnswer::Yes)
+            m_host.BeginNextSession();
+    }
+}
+
+} // namespace corvane

@@ -1,0 +1,231 @@
+// The walk of a run without a screen: the file list in its drawn order, the items with jumps,
+// omissions and the way back, the messages of entries passed over, and the end of the run.
+#include "definition_fixtures.h"
+#include "definitions/experiment_loader.h"
+#include "engine/run_driver.h"
+#include "recording_boxes.h"
+#include "state/program_folder.h"
+#include "state/run_state.h"
+
+#include <QtTest>
+
+using namespace corvane;
+using namespace corvane::test;
+
+namespace {
+
+// Presents what it is told it can, and records everything it is asked.
+class FakeHost : public RunHost {
+public:
+    QStringList calls;
+    QList<FileKindClass> presentable;
+    QStringList itemTypes; // item types it has forms for
+
+    void LoadPreferences(const QString&) override { calls << "preferences"; }
+    void SetSystemKeysLocked(bool locked) override { calls << (locked ? "lock" : "unlock"); }
+    void ShowRunScreen() override { calls << "screen"; }
+    void UnloadTimerForm() override {}
+    void ShowTimerForm() override { calls << "timer"; }
+    void PlayBackgroundSound(const QString&) override {}
+    bool PresentFile(FileKindClass kind, const FileEntry& entry) override {
+        calls << "file " + entry.File;
+        return presentable.contains(kind);
+    }
+    bool PresentItem(const Question& item) override {
+        calls << "item " + item.VariableName;
+        return itemTypes.contains(item.QuestionType);
+    }
+    void UnloadCurrentForm() override { calls << "unload"; }
+    void WriteDataByQuestionnaire() override { calls << "data by questionnaire"; }
+    void WriteDataByVariable() override { calls << "data by variable"; }
+    void ShowPasswordForm() override { calls << "password"; }
+    void ReturnToLauncher() override { calls << "launcher"; }
+    void BeginNextSession() override { calls << "next session"; }
+};
+
+QByteArray ReadAll(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+} // namespace
+
+class TestRunDriver : public QObject {
+    Q_OBJECT
+
+    std::unique_ptr<QTemporaryDir> m_dir;
+    QList<MessageBox> m_boxes;
+    FakeHost m_host;
+    std::unique_ptr<RunState> m_state;
+    std::unique_ptr<RunDriver> m_driver;
+
+    QString Path(const QString& name) const { return QDir(m_dir->path()).filePath(name); }
+
+    void Items(const QString& name, const QString& rows) {
+        MakeDefinition(m_dir->path(), name,
+                       "questionnumber,QuestionType,VariableName,skip1,omitconditions,GoBack\n" +
+                           rows);
+    }
+
+    bool Start(const QString& experimentRows, const QString& condition = "a") {
+        MakeDefinition(m_dir->path(), "study.exp",
+                       "Condition,position,file,BGR\n" + experimentRows);
+        m_state = std::make_unique<RunState>();
+        m_state->SetBoxes(std::make_unique<RecordingBoxes>(&m_boxes));
+        m_state->SetRandom(std::make_unique<StandardRandomSource>(1));
+        m_state->SetClock(std::make_unique<VirtualRunClock>());
+        m_state->ExperimentFolder = m_dir->path();
+        m_state->DataRoot = m_dir->path();
+        m_state->ExperimentFile = Path("study.exp");
+        m_state->ExperimentFileName = "study.exp";
+        m_state->SubjectID = "s7";
+        m_state->ConditionID = condition;
+        ExperimentNeeds needs;
+        if (!ReadExperimentInfo(*m_state, {}, needs))
+            return false;
+        m_driver = std::make_unique<RunDriver>(*m_state, m_host);
+        m_driver->StartExperiment();
+        return true;
+    }
+
+    QStringList BoxTexts() const {
+        QStringList texts;
+        for (const MessageBox& box : m_boxes)
+            texts << box.text;
+        return texts;
+    }
+
+    // The item on the screen ends with the given jump.
+    void EndItem(const QString& skip) {
+        m_state->SkipTarget = skip;
+        m_driver->NextQuestion();
+    }
+
+private slots:
+    void init() {
+        m_dir = std::make_unique<QTemporaryDir>();
+        QDir::setCurrent(m_dir->path());
+        ProgramFolder::SetPath(Path("program"));
+        QDir().mkpath(Path("program/styles"));
+        QFile messages(Path("program/styles/messages.txt"));
+        QVERIFY(messages.open(QIODevice::WriteOnly));
+        messages.write("106,\"Thank you, you are done.\",closing\r\n111,Note,title\r\n\r\n");
+        m_boxes.clear();
+        m_host = FakeHost();
+    }
+
+    void walksTheListAndEndsWithTheClosingMessage() {
+        Items("q1.que", "1,instructions,intro,none,,0\n2,scale response,mood,none,,0\n");
+        WriteBytes(Path("pic.bmp"), "x");
+        WriteBytes(Path("notes.txt"), "x");
+        QVERIFY(Start(
+            "a,1,q1.que,0\na,2,missing.bmp,0\na,3,pic.bmp,0\na,4,notes.txt,0\nb,1,q1.que,0\n"));
+
+        QVERIFY(m_driver->RunEnded());
+        QCOMPARE(m_host.calls,
+                 QStringList({"preferences", "screen", "item intro", "item mood", "file pic.bmp",
+                              "data by questionnaire", "data by variable", "preferences", "unlock",
+                              "launcher"}));
+        const QStringList texts = BoxTexts();
+        QCOMPARE(texts.size(), 6);
+        QVERIFY(texts[0].contains("'instructions' items is not available")); // temporary
+        QCOMPARE(texts[2],
+                 "The file 'missing.bmp' was requested but not found.  This item will be skipped.");
+        QCOMPARE(m_boxes[2].title, "File not found");
+        QVERIFY(texts[3].contains("image files is not available"));
+        QCOMPARE(texts[4],
+                 "Current file type is defined in the experiment as 'notes.txt.'  This file is not "
+                 "recognized as a valid file type.  To fix this, edit the current experiment file "
+                 "and be sure that all files have valid three-letter extensions.  See help for "
+                 "details.");
+        QCOMPARE(texts[5], "Thank you, you are done.");
+        QCOMPARE(m_boxes[5].title, "Participant s7");
+        QCOMPARE(m_boxes[3].title, "Note"); // message 111 titles the notices
+
+        // The missing entry leaves no trace in the order; the unknown kind does.
+        const QByteArray order = ReadAll(Path("data/byquestionnaire/question_order.csv"));
+        const QList<QByteArray> lines = order.split('\n');
+        QCOMPARE(lines.size(), 3);
+        QVERIFY(lines[0].startsWith("s7,a,"));
+        QVERIFY(lines[0].endsWith(",q1.que,pic.bmp,notes.txt\r"));
+        QVERIFY(lines[1].endsWith(",q1.que,intro,mood\r"));
+        QCOMPARE(lines[2], ""); // the block ends with its line end
+        QVERIFY(ReadAll(Path("program/CurrentSubjectInfo.txt"))
+                    .startsWith("Subject   s7\r\nCondition a\r\n"));
+        QCOMPARE(m_state->NumFiles, qint16(0)); // the run state is reset
+    }
+
+    void jumpsOmissionsAndTheWayBack() {
+        m_host.itemTypes << "scale response";
+        Items("q.que", "1,scale response,a,none,,1\n2,scale response,b,none,,1\n"
+                       "3,scale response,c,none,(a),1\n4,scale response,d,none,,1\n5,scale "
+                       "response,e,none,,1\n");
+        QVERIFY(Start("a,1,q.que,0\n"));
+        QCOMPARE(m_host.calls.last(), "item a");
+        EndItem("D"); // a jump matches without regard to case, past b and the omitted c
+        QCOMPARE(m_host.calls.last(), "item d");
+        QCOMPARE(m_state->Questions[2].Answered, False); // passed over, not shown
+        m_state->GoingBack = True;
+        EndItem("none");
+        QCOMPARE(m_host.calls.last(), "item a"); // back to what was shown before, not to c
+        EndItem("none");
+        QCOMPARE(m_host.calls.last(), "item b");
+        EndItem("e");
+        QCOMPARE(m_host.calls.last(), "item e");
+        EndItem("none");
+        QVERIFY(m_driver->RunEnded());
+        const QByteArray order = ReadAll(Path("data/byquestionnaire/question_order.csv"));
+        QVERIFY(order.contains(",q.que,a,d,a,b,e\r\n"));
+    }
+
+    void aJumpToAnUnknownNameRunsToTheEnd() {
+        m_host.itemTypes << "scale response";
+        Items("q.que", "1,scale response,a,none,,0\n2,scale response,b,none,,0\n");
+        QVERIFY(Start("a,1,q.que,0\n"));
+        EndItem("nowhere");
+        QVERIFY(m_driver->RunEnded());
+        QCOMPARE(m_host.calls.count("item b"), 0);
+    }
+
+    void operatorKeys() {
+        m_host.itemTypes << "scale response";
+        Items(
+            "q.que",
+            "1,scale response,a,none,,0\n2,scale response,b,none,,0\n3,scale response,c,none,,0\n");
+        QVERIFY(Start("a,1,q.que,0\na,2,q.que,0\n"));
+        m_driver->OperatorKeys(true, false); // pass the item over
+        QCOMPARE(m_host.calls.last(), "item b");
+        m_driver->OperatorKeys(false, true); // abandon the questionnaire
+        QCOMPARE(m_host.calls.last(), "item a");
+        m_driver->OperatorKeys(false, false); // Right Arrow alone does nothing
+        QCOMPARE(m_host.calls.last(), "item a");
+        m_driver->OperatorKeys(true, true); // end the run, data written
+        QVERIFY(m_driver->RunEnded());
+        QVERIFY(m_host.calls.contains("data by questionnaire"));
+    }
+
+    void repeatedSessionsAskForTheNext() {
+        Items("q.que", "1,scale response,a,none,,0\n");
+        MakeDefinition(m_dir->path(), "study.exp", "Condition,position,file\na,1,q.que\n");
+        m_state = std::make_unique<RunState>();
+        m_state->SetBoxes(std::make_unique<RecordingBoxes>(&m_boxes));
+        m_state->RepeatSessions = True;
+        m_state->ExitPassword = "secret";
+        m_state->ExperimentFolder = m_state->DataRoot = m_dir->path();
+        m_state->ExperimentFile = Path("study.exp");
+        m_state->ExperimentFileName = "study.exp";
+        m_state->ConditionID = "a";
+        ExperimentNeeds needs;
+        QVERIFY(ReadExperimentInfo(*m_state, {}, needs));
+        RunDriver driver(*m_state, m_host);
+        driver.StartExperiment();
+        QCOMPARE(m_boxes.last().text, "Begin next session?");
+        QCOMPARE(m_boxes.last().buttons, BoxButtons::YesNo);
+        QCOMPARE(m_state->NextSessionAccepted, True);
+        QCOMPARE(m_host.calls.last(), "next session");
+        QVERIFY(m_host.calls.indexOf("password") < m_host.calls.indexOf("launcher"));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestRunDriver)
+#include "test_run_driver.moc"
