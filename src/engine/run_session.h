@@ -1,0 +1,68 @@
+// One experiment opened for participants: subject entry, loading, the run driver and the forms
+// of the run, and the program's side of every hand-over that the driver makes.
+#pragma once
+
+#include "engine/run_driver.h"
+
+#include <QObject>
+#include <QPointer>
+#include <memory>
+
+namespace corvane {
+
+class RunState;
+class fCodes;
+class fMain;
+
+class RunSession : public QObject, public RunHost {
+    Q_OBJECT
+public:
+    explicit RunSession(RunState& state, QObject* parent = nullptr);
+    ~RunSession() override;
+
+    /// Loads the subject entry form for the experiment in `ExperimentFile` (the working folder
+    /// is its folder). Returns the form, not yet shown: the autostart list may already have
+    /// started the run.
+    fCodes* OpenSubjectEntry();
+    RunDriver& Driver() { return m_driver; }
+    fMain* Backdrop() const;
+    /// True from the start of a run until its closing message.
+    bool RunActive() const { return m_active; }
+
+    // The program's side of the walk.
+    void LoadPreferences(const QString& quickStyle) override;
+    void SetSystemKeysLocked(bool locked) override;
+    void ShowRunScreen() override;
+    void UnloadTimerForm() override;
+    void ShowTimerForm() override;
+    void PlayBackgroundSound(const QString& file) override;
+    bool PresentFile(FileKindClass kind, const FileEntry& entry) override;
+    bool PresentItem(const Question& item) override;
+    void UnloadCurrentForm() override;
+    void WriteDataByQuestionnaire() override;
+    void WriteDataByVariable() override;
+    void ShowPasswordForm() override;
+    void ReturnToLauncher() override;
+    void BeginNextSession() override;
+
+signals:
+    /// The loader refused the experiment; nothing was started.
+    void LoadRefused();
+    /// A run has started.
+    void RunStarted();
+    /// The run is over and its closing message has been given.
+    void RunFinished();
+    /// The operator asked for the next session of the same experiment.
+    void NextSessionRequested();
+
+private:
+    void ReadExperimentInfo();
+
+    RunState& m_state;
+    RunDriver m_driver;
+    QPointer<fCodes> m_codes;
+    QPointer<fMain> m_backdrop;
+    bool m_active = false;
+};
+
+} // namespace corvane

@@ -1,0 +1,33 @@
+// Unattended runs: an experiment run from the command line with a script of input in place of
+// the participant, for tests, for piloting an experiment, and for checking the program.
+#pragma once
+
+#include <QString>
+#include <optional>
+
+namespace corvane {
+
+struct UnattendedOptions {
+    QString experiment;
+    QString subject;
+    QString condition;
+    QString script;
+    QString messageLog;
+    std::optional<quint64> seed;
+    bool virtualClock = false;
+    int timeoutSeconds = 0;
+};
+
+/// Exit statuses of an unattended run.
+namespace UnattendedExit {
+constexpr int Finished = 0;
+constexpr int NotStarted = 1;
+constexpr int ScriptUsedUp = 2;
+constexpr int TimedOut = 3;
+} // namespace UnattendedExit
+
+/// Runs the experiment as the subject form's OK would, feeding the script's input to the forms,
+/// and returns the exit status. Needs a running QApplication.
+int RunUnattended(const UnattendedOptions& options);
+
+} // namespace corvane
