@@ -32,7 +32,17 @@ case "${1:-run}" in
 run)
     install_missing
     build
-    exec "$BUILD_DIR/src/app/corvane" "$BUILD_DIR/share/corvane/demo/demo.que"
+    # The demo experiment runs from a folder of its own, where its data folder appears.
+    mkdir -p demo-run
+    cp -n "$BUILD_DIR"/share/corvane/demo/*.exp "$BUILD_DIR"/share/corvane/demo/*.que demo-run/
+    if [ -n "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ]; then
+        exec "$BUILD_DIR/src/app/corvane" demo-run/demo.exp
+    fi
+    echo "No display: running the demo experiment unattended (subject demo, condition 1)."
+    status=0
+    "$BUILD_DIR/src/app/corvane" --run demo-run/demo.exp --subject demo --condition 1 \
+        --script resources/demo/demo_script.txt || status=$?
+    echo "The demo run ended with status $status; its data are in $(pwd)/demo-run/data"
     ;;
 test)
     install_missing
