@@ -153,10 +153,56 @@ void RunDriver::StartExperiment() {
     m_state.Random().Seed();
     WriteCurrentSubjectInfo(ProgramFolder::Path(), m_state.SubjectID, m_state.ConditionID);
     m_host.ShowRunScreen();
+    m_state.ClearInserts();
     LoadMessages(m_state, ProgramFolder::Path());
-    m_runStart = m_state.Clock().Now();
-    LastStamp = m_runStart;
+    m_state.RunStart = m_state.Clock().Now();
+    m_state.LastStamp = m_state.RunStart;
+    m_questionnaireTimer = m_state.Clock().Every(1000, [this] { QuestionnaireTimerTick(); });
     NextFile();
+}
+
+void RunDriver::QuestionnaireTimerTick() {
+    m_host.LowerBackdrop();
+    if (m_ended || m_limitShowing || m_state.CurrentFile < 1 || m_state.CurrentQuestion < 1)
+        return;
+    const qint32 duration = m_state.Files[std::size_t(m_state.CurrentFile)].Duration;
+    if (duration == 0 || Elapsed(QuestionnaireStart, m_state.Clock().Now()) <= qAbs(duration))
+        return;
+    // The box holds the run; ticks that come meanwhile must not show it again.
+    m_limitShowing = true;
+    Inform(DefaultBoxTitle(), m_state.Messages[7], int(BoxIcon::Information));
+    m_limitShowing = false;
+    m_state.QuestionStep = m_state.NumQuestions;
+    if (duration < 0 && IsTrue(m_state.TimerFormUp)) {
+        m_host.UnloadTimerForm();
+        m_state.TimerFormUp = False;
+    }
+    m_host.UnloadCurrentForm();
+    NextQuestion();
+}
+
+void RunDriver::EndItem(const QString& response, const QString& skip) {
+    if (m_state.CurrentQuestion < 1) {
+        NextFile();
+        return;
+    }
+    try {
+        const int q = m_state.CurrentQuestionnaire;
+        const int i = m_state.CurrentQuestion;
+        const int k = m_state.ResponseSlot;
+        m_state.StoreResponse(q, i, k, response);
+        m_state.StoreResponseTime(q, i, k, Elapsed(m_state.ItemStart, m_state.ItemEnd));
+    } catch (const CorvaneError& error) {
+        ReportFault(error);
+    }
+    m_state.SkipTarget = skip;
+    NextQuestion();
+}
+
+void RunDriver::GoBack() {
+    m_state.GoingBack = True;
+    m_state.SkipTarget = QStringLiteral("none");
+    NextQuestion();
 }
 
 void RunDriver::NextFile() {
@@ -371,6 +417,7 @@ void RunDriver::EndOfRun() {
         m_host.ShowPasswordForm();
     m_host.LoadPreferences(QString());
     m_host.SetSystemKeysLocked(false);
+    m_questionnaireTimer.reset();
     m_state.ResetRun();
     m_ended = true;
     Inform(QStringLiteral("Participant ") + m_state.SubjectID, m_state.Messages[6],

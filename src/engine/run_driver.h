@@ -6,8 +6,10 @@
 
 #include "engine/order_log.h"
 #include "state/records.h"
+#include "state/run_clock.h"
 
 #include <QString>
+#include <memory>
 
 namespace corvane {
 
@@ -49,8 +51,10 @@ public:
     virtual bool PresentFile(FileKindClass kind, const FileEntry& entry) = 0;
     /// Loads the form of an item; false when there is none for that type yet.
     virtual bool PresentItem(const Question& item) = 0;
-    /// Unloads the form on the screen, if any (the operator's keys).
+    /// Unloads the form on the screen, if any (the operator's keys, a time limit).
     virtual void UnloadCurrentForm() = 0;
+    /// Puts the backdrop behind everything else (each tick of the questionnaire timer).
+    virtual void LowerBackdrop() {}
     virtual void WriteDataByQuestionnaire() = 0;
     virtual void WriteDataByVariable() = 0;
     /// Shows the password form modally; returns when it is gone.
@@ -75,10 +79,15 @@ public:
     /// questionnaire, or end the run with its data written.
     void OperatorKeys(bool control, bool alt);
 
+    /// The common ending of an item: the form is gone, its response and the time from
+    /// `ItemStart` to `ItemEnd` are stored for the item on show, and the walk goes on at `skip`.
+    /// Outside a questionnaire the list goes on.
+    void EndItem(const QString& response, const QString& skip);
+    /// The back ending: nothing is stored, and the item shown before comes again.
+    void GoBack();
+
     bool RunEnded() const { return m_ended; }
     const OrderLog& Order() const { return m_order; }
-    qint32 RunStart() const { return m_runStart; }
-    qint32 LastStamp = 0;
     qint32 QuestionnaireStart = 0;
     QString LastSkipTarget;
 
@@ -90,12 +99,14 @@ private:
     void Inform(const QString& title, const QString& text, int icon);
     void NotAvailable(const QString& what, const QString& name);
     void ReportFault(const class CorvaneError& error);
+    void QuestionnaireTimerTick();
 
     RunState& m_state;
     RunHost& m_host;
     OrderLog m_order;
-    qint32 m_runStart = 0;
     bool m_ended = false;
+    std::unique_ptr<RunTimer> m_questionnaireTimer;
+    bool m_limitShowing = false;
 };
 
 } // namespace corvane

@@ -6,6 +6,7 @@ RunState::RunState()
     : m_clock(std::make_unique<SteadyRunClock>()),
       m_random(std::make_unique<StandardRandomSource>()),
       m_boxes(std::make_unique<ConsoleMessageBoxes>()) {
+    ClearInserts();
     ResetRun();
 }
 
@@ -47,6 +48,16 @@ std::vector<FileEntry> RunState::EmptyFiles(qsizetype count) {
     std::vector<FileEntry> files(std::size_t(count + 1));
     files[0].BGR = QStringLiteral("-1");
     return files;
+}
+
+void RunState::ClearInserts() {
+    InsertNames = QStringList{QString()};
+    InsertValues = QStringList{QString()};
+}
+
+void RunState::AddInsert(const QString& name, const QString& value) {
+    InsertNames << name.toLower();
+    InsertValues << value;
 }
 
 QString RunState::MessageTitle() const {

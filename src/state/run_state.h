@@ -113,6 +113,23 @@ public:
     Flag NextSessionAccepted = False;
     Flag WordFound = False;
 
+    // --- Timing ----------------------------------------------------------------------------------
+    /// When the item on show was shown, and when it was answered (run clock).
+    qint32 ItemStart = 0;
+    qint32 ItemEnd = 0;
+    /// Bases of the time stamps: the start of the run and the last stamp written.
+    qint32 RunStart = 0;
+    qint32 LastStamp = 0;
+
+    // --- Answers that later wording may quote ----------------------------------------------------
+    /// The latest choice of a choice item; it keeps its value from item to item.
+    QString ResponseIndex;
+    QStringList InsertNames;  // 1 to InsertCount, lower case; element 0 unused
+    QStringList InsertValues; // 1 to InsertCount
+    int InsertCount() const { return int(InsertNames.size()) - 1; }
+    void ClearInserts();
+    void AddInsert(const QString& name, const QString& value);
+
     // --- Shared scratch and switches -------------------------------------------------------------
     ParameterList Parameters;
     Flag ResponsesWorkbookOn = False;

@@ -3,6 +3,7 @@
 #include "definition_fixtures.h"
 #include "definitions/experiment_loader.h"
 #include "engine/run_driver.h"
+#include "engine/time_stamps.h"
 #include "recording_boxes.h"
 #include "state/program_folder.h"
 #include "state/run_state.h"
@@ -202,6 +203,74 @@ private slots:
         m_driver->OperatorKeys(true, true); // end the run, data written
         QVERIFY(m_driver->RunEnded());
         QVERIFY(m_host.calls.contains("data by questionnaire"));
+    }
+
+    void endingsStoreResponsesAndTimes() {
+        m_host.itemTypes << "scale response";
+        Items("q.que", "1,scale response,a,none,,1\n2,scale response,b,none,,1\n");
+        QVERIFY(Start("a,1,q.que,0\n"));
+        auto& clock = static_cast<VirtualRunClock&>(m_state->Clock());
+        m_state->ItemStart = clock.Now();
+        clock.Advance(640);
+        m_state->ItemEnd = clock.Now();
+        m_driver->EndItem("3", "none");
+        QCOMPARE(m_state->Responses().Value(1, 1, 1), "3");
+        QCOMPARE(m_state->Responses().Time(1, 1, 1), 640);
+        m_driver->GoBack(); // nothing stored for b; a comes again
+        QCOMPARE(m_host.calls.last(), "item a");
+        QCOMPARE(m_state->Responses().Time(1, 2, 1), 0);
+        m_state->ItemStart = clock.Now();
+        m_state->ItemEnd = clock.Now() + 90;
+        m_driver->EndItem("5", "none"); // answered anew: the last response stands
+        QCOMPARE(m_state->Responses().Value(1, 1, 1), "5");
+        QCOMPARE(m_state->Responses().Time(1, 1, 1), 90);
+    }
+
+    void questionnaireLimitEndsTheQuestionnaire() {
+        m_host.itemTypes << "scale response";
+        Items("q.que", "1,scale response,a,none,,0\n2,scale response,b,none,,0\n");
+        Items("r.que", "1,scale response,r1,none,,0\n");
+        MakeDefinition(m_dir->path(), "study.exp",
+                       "Condition,position,file,Parameters\na,1,q.que,(d-3)\na,2,r.que,\n");
+        m_state = std::make_unique<RunState>();
+        m_state->SetBoxes(std::make_unique<RecordingBoxes>(&m_boxes));
+        m_state->SetClock(std::make_unique<VirtualRunClock>());
+        m_state->ExperimentFolder = m_state->DataRoot = m_dir->path();
+        m_state->ExperimentFile = Path("study.exp");
+        m_state->ExperimentFileName = "study.exp";
+        m_state->ConditionID = "a";
+        ExperimentNeeds needs;
+        QVERIFY(ReadExperimentInfo(*m_state, {}, needs));
+        m_driver = std::make_unique<RunDriver>(*m_state, m_host);
+        m_driver->StartExperiment();
+        QVERIFY(m_host.calls.contains("timer")); // a negative limit shows the countdown
+        auto& clock = static_cast<VirtualRunClock&>(m_state->Clock());
+        clock.Advance(3000);
+        QCOMPARE(m_host.calls.last(), "item a"); // not beyond the limit yet
+        clock.Advance(1000);
+        QCOMPARE(m_boxes.last().text, ""); // message 107 is empty in this program folder
+        QCOMPARE(m_host.calls.mid(m_host.calls.size() - 2), (QStringList{"unload", "item r1"}));
+    }
+
+    void timeStampsCountFromTheRunAndTheFormerRow() {
+        Items("q.que", "1,scale response,a,none,,0\n");
+        QVERIFY(Start("a,1,q.que,0\n"));
+        m_state->DataRoot = m_dir->path();
+        m_state->RunStart = 1000;
+        m_state->LastStamp = 1000;
+        auto& clock = static_cast<VirtualRunClock&>(m_state->Clock());
+        m_state->Questions = RunState::EmptyQuestions(1);
+        m_state->Questions[1].VariableName = "a";
+        m_state->CurrentQuestion = 1;
+        const qint32 start = clock.Now();
+        m_state->RunStart = start;
+        m_state->LastStamp = start;
+        clock.Advance(250);
+        AppendTimeStamp(*m_state, "10:00:00");
+        clock.Advance(100);
+        AppendTimeStamp(*m_state, "10:00:01");
+        QCOMPARE(ReadAll(Path("data/timestamps.csv")),
+                 QByteArray("s7,a,10:00:00,250,250\r\ns7,a,10:00:01,350,100\r\n"));
     }
 
     void repeatedSessionsAskForTheNext() {
