@@ -3,6 +3,10 @@
 #include "definitions/experiment_loader.h"
 #include "engine/fCodes.h"
 #include "engine/fMain.h"
+#include "engine/fPassword.h"
+#include "engine/fTimer.h"
+#include "items/media/fInstruction.h"
+#include "items/response/fScale.h"
 #include "state/helpers.h"
 #include "state/run_state.h"
 
@@ -11,7 +15,20 @@
 namespace corvane {
 
 RunSession::RunSession(RunState& state, QObject* parent)
-    : QObject(parent), m_state(state), m_driver(state, *this) {}
+    : QObject(parent), m_state(state),
+      m_driver(state, *this), m_context{state, m_driver, {}, {}, {}, {}} {
+    m_context.formGone = [this](QWidget* form) {
+        if (m_currentForm == form)
+            m_currentForm = nullptr;
+    };
+    // A run's looks come from the preference files once the launcher reads them.
+    m_context.response.family = QStringLiteral("Arial");
+    m_context.response.pointSize = 9.6;
+}
+
+QWidget* RunSession::CurrentForm() const {
+    return m_currentForm;
+}
 
 RunSession::~RunSession() {
     delete m_codes;
@@ -90,21 +107,49 @@ bool RunSession::PresentFile(FileKindClass, const FileEntry&) {
     return false;
 }
 
-bool RunSession::PresentItem(const Question&) {
-    // The item forms arrive with the questionnaire runs.
-    return false;
+ItemForm* RunSession::MakeItemForm(const QString& type) {
+    if (type == QLatin1String("scale response"))
+        return new fScale(m_context);
+    if (type == QLatin1String("instructions"))
+        return new fInstruction(m_context);
+    return nullptr;
 }
 
-void RunSession::UnloadCurrentForm() {}
+bool RunSession::PresentItem(const Question& item) {
+    ItemForm* form = MakeItemForm(item.QuestionType);
+    if (!form)
+        return false;
+    m_currentForm = form;
+    if (auto* scale = qobject_cast<fScale*>(form))
+        scale->Load();
+    else if (auto* instruction = qobject_cast<fInstruction*>(form))
+        instruction->Load();
+    return true;
+}
+
+void RunSession::UnloadCurrentForm() {
+    if (m_currentForm)
+        m_currentForm->Unload();
+    m_currentForm = nullptr;
+}
+
+void RunSession::LowerBackdrop() {
+    if (m_backdrop)
+        m_backdrop->lower();
+}
 
 void RunSession::WriteDataByQuestionnaire() {}
 
 void RunSession::WriteDataByVariable() {}
 
-void RunSession::ShowPasswordForm() {}
+void RunSession::ShowPasswordForm() {
+    fPassword lock(m_state.Messages[17], m_state.ExitPassword);
+    lock.exec();
+}
 
 void RunSession::ReturnToLauncher() {
     m_active = false;
+    UnloadTimerForm();
     if (m_backdrop) {
         m_backdrop->releaseKeyboard();
         m_backdrop->close();

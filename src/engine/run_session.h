@@ -2,6 +2,7 @@
 // of the run, and the program's side of every hand-over that the driver makes.
 #pragma once
 
+#include "engine/item_frame.h"
 #include "engine/run_driver.h"
 
 #include <QObject>
@@ -13,6 +14,7 @@ namespace corvane {
 class RunState;
 class fCodes;
 class fMain;
+class fTimer;
 
 class RunSession : public QObject, public RunHost {
     Q_OBJECT
@@ -44,6 +46,10 @@ public:
     void ShowPasswordForm() override;
     void ReturnToLauncher() override;
     void BeginNextSession() override;
+    void LowerBackdrop() override;
+
+    /// The item form on the screen, if any.
+    QWidget* CurrentForm() const;
 
 signals:
     /// The loader refused the experiment; nothing was started.
@@ -57,11 +63,16 @@ signals:
 
 private:
     void ReadExperimentInfo();
+    /// The one place where item forms are made, by item type.
+    ItemForm* MakeItemForm(const QString& type);
 
     RunState& m_state;
     RunDriver m_driver;
+    RunContext m_context;
     QPointer<fCodes> m_codes;
     QPointer<fMain> m_backdrop;
+    QPointer<fTimer> m_timerForm;
+    QPointer<ItemForm> m_currentForm;
     bool m_active = false;
 };
 

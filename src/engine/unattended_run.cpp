@@ -26,10 +26,14 @@ namespace corvane {
 
 namespace {
 
-// The widget that input goes to: the focused one, else the active window, else the topmost
-// visible window of the run.
-QWidget* InputTarget() {
-    if (QWidget* focus = QApplication::focusWidget())
+// The widget that input goes to: within the item form on the screen, its focused control or the
+// form; else the focused widget, the active window, or the newest visible window.
+QWidget* InputTarget(const RunSession& session) {
+    if (QWidget* form = session.CurrentForm(); form && form->isVisible()) {
+        QWidget* focus = form->focusWidget();
+        return focus && focus->isVisible() ? focus : form;
+    }
+    if (QWidget* focus = QApplication::focusWidget(); focus && focus->isVisible())
         return focus;
     if (QWidget* active = QApplication::activeWindow())
         return active;
@@ -41,16 +45,24 @@ QWidget* InputTarget() {
     return nullptr;
 }
 
-// A visible control by name, searched from the newest window down.
-QWidget* FindControl(const QString& name) {
-    const auto windows = QApplication::topLevelWidgets();
-    for (auto it = windows.rbegin(); it != windows.rend(); ++it) {
-        if (!(*it)->isVisible())
+// A visible control by name: the item form on the screen first, then every visible window.
+QWidget* FindControl(const RunSession& session, const QString& name) {
+    QList<QWidget*> windows;
+    if (QWidget* form = session.CurrentForm(); form && form->isVisible())
+        windows << form;
+    const auto topLevels = QApplication::topLevelWidgets();
+    for (auto it = topLevels.rbegin(); it != topLevels.rend(); ++it)
+        windows << *it;
+    for (QWidget* window : windows) {
+        if (!window->isVisible())
             continue;
-        if ((*it)->objectName() == name)
-            return *it;
-        if (QWidget* found = (*it)->findChild<QWidget*>(name); found && found->isVisible())
-            return found;
+        if (window->objectName() == name)
+            return window;
+        const auto found = window->findChildren<QWidget*>(name);
+        for (QWidget* control : found) {
+            if (control->isVisible())
+                return control;
+        }
     }
     return nullptr;
 }
@@ -120,7 +132,7 @@ private:
         m_firstSession = false;
         if (!first) {
             m_boxes.Note(QStringLiteral("no further session is decided by the autostart list"));
-            return Finish(UnattendedExit::Finished);
+            return Finish(m_endedByKey ? UnattendedExit::ScriptUsedUp : UnattendedExit::Finished);
         }
         codes->TextSubject()->setText(m_options.subject);
         codes->TextCondition()->setText(m_options.condition);
@@ -153,12 +165,12 @@ private:
             m_answers.Push(action.text);
             break;
         case ScriptActionKind::Key:
-            if (QWidget* target = InputTarget())
+            if (QWidget* target = InputTarget(m_session))
                 SendKey(target, action.key, action.modifiers, action.text);
             break;
         case ScriptActionKind::Type:
             for (const QChar c : action.text) {
-                if (QWidget* target = InputTarget())
+                if (QWidget* target = InputTarget(m_session))
                     SendKey(target, Qt::Key(c.toUpper().unicode()), Qt::NoModifier, QString(c));
             }
             break;
@@ -171,7 +183,7 @@ private:
     }
 
     void PointAt(const ScriptAction& action) {
-        QWidget* control = FindControl(action.name);
+        QWidget* control = FindControl(m_session, action.name);
         if (!control) {
             m_boxes.Note(QStringLiteral("line %1: there is no control '%2' on the screen")
                              .arg(action.line)
@@ -202,7 +214,7 @@ private:
         m_boxes.Note(QStringLiteral("the script is used up while the run waits: pressing "
                                     "Control+Alt+Right Arrow to end it"));
         m_endedByKey = true;
-        QWidget* target = InputTarget();
+        QWidget* target = InputTarget(m_session);
         if (!target)
             target = m_session.Backdrop();
         if (target)

@@ -16,16 +16,21 @@ namespace {
 
 class QtRunTimer : public RunTimer {
 public:
-    QtRunTimer(int ms, bool repeat, std::function<void()> call) {
-        m_timer.setTimerType(Qt::PreciseTimer);
-        m_timer.setSingleShot(!repeat);
-        QObject::connect(&m_timer, &QTimer::timeout, [call = std::move(call)] { call(); });
-        m_timer.start(ms);
+    QtRunTimer(int ms, bool repeat, std::function<void()> call) : m_timer(new QTimer) {
+        m_timer->setTimerType(Qt::PreciseTimer);
+        m_timer->setSingleShot(!repeat);
+        QObject::connect(m_timer, &QTimer::timeout, [call = std::move(call)] { call(); });
+        m_timer->start(ms);
     }
-    void Stop() override { m_timer.stop(); }
+    // A timer may be let go from its own tick: the Qt timer goes when the tick is over.
+    ~QtRunTimer() override {
+        m_timer->stop();
+        m_timer->deleteLater();
+    }
+    void Stop() override { m_timer->stop(); }
 
 private:
-    QTimer m_timer;
+    QTimer* m_timer;
 };
 
 } // namespace

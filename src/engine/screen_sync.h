@@ -1,0 +1,15 @@
+// Waiting until what a window has drawn is on the screen, so that the moment read after it is
+// the moment the participant could see it.
+#pragma once
+
+namespace corvane {
+
+/// Returns when the window system has taken everything drawn so far (a round trip to the X
+/// server on X11; nothing more is possible elsewhere).
+void WaitForScreen();
+
+/// True when input events carry their time on the run clock (X11: the server's millisecond
+/// clock is the machine's monotonic clock).
+bool EventTimesOnRunClock();
+
+} // namespace corvane

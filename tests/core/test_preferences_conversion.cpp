@@ -1,0 +1,314 @@
+// Preference files of the older text form: the rule of each line, and their conversion at
+// start-up into .cvp files that start as copies of default.cvp.
+#include "definitions/sqlite_file.h"
+#include "preferences/load_preferences.h"
+#include "preferences/old_preferences.h"
+#include "preferences/preference_file.h"
+#include "recording_boxes.h"
+#include "state/program_folder.h"
+#include "state/run_state.h"
+
+#include <QtTest>
+
+using namespace corvane;
+using namespace corvane::test;
+
+namespace {
+
+// Twenty lines in which every field passes its rule and differs from a new file's.
+QStringList GoodLines() {
+    return {"dropped 1", "dropped 2", "True", "dropped 4", "A1",    "255",      "65535",
+            "Times",     "12",        "True", "True",      "32768", "16711680", "Courier",
+            "9.5",       "True",      "True", "dropped",   "True",  "True"};
+}
+
+QString GeneratedDefault() {
+    return QFileInfo(CORVANE_TEMPLATE).absolutePath() + "/styles/default.cvp";
+}
+
+void WriteText(const QString& path, const QByteArray& bytes) {
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    file.write(bytes);
+}
+
+QByteArray ReadBytes(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+} // namespace
+
+class TestPreferencesConversion : public QObject {
+    Q_OBJECT
+    QTemporaryDir m_dir;
+    QString m_styles;
+    QList<MessageBox> m_boxes;
+    std::unique_ptr<RunState> m_state;
+
+    QString Style(const QString& name) const { return QDir(m_styles).filePath(name); }
+
+    // default.cvp as the build makes it, with options that a conversion must not copy.
+    void InstallDefault() {
+        QVERIFY(QFile::copy(GeneratedDefault(), Style("default.cvp")));
+        QFile::setPermissions(Style("default.cvp"),
+                              QFile::permissions(Style("default.cvp")) | QFileDevice::WriteOwner);
+        PreferenceRecord lab;
+        lab.ExitPassword = "secret";
+        lab.AlternateDataFolder = "/srv/data";
+        lab.WordFolder = "/opt/word";
+        lab.SecondAppFolder = "/opt/second";
+        lab.DoubleClickFlag = true;
+        lab.MachineCode = "LAB";
+        lab.Fonts[1].name = "Gill Sans";
+        SavePreferenceRecord(Style("default.cvp"), lab);
+        SqliteFile(Style("default.cvp"), SqliteFile::Mode::ReadWrite)
+            .Execute("alter table options add column note text default 'from default'");
+    }
+
+private slots:
+    void init() {
+        QVERIFY(m_dir.isValid());
+        static int run = 0;
+        const QString program = QDir(m_dir.path()).filePath("program-" + QString::number(++run));
+        m_styles = QDir(program).filePath("styles");
+        QVERIFY(QDir().mkpath(m_styles));
+        ProgramFolder::SetPath(program);
+        m_boxes.clear();
+        m_state = std::make_unique<RunState>();
+        m_state->SetBoxes(std::make_unique<RecordingBoxes>(&m_boxes));
+    }
+
+    void linesThatPassTheirRules() {
+        const PreferenceRecord record = ConvertOldPreferenceLines(GoodLines());
+        QVERIFY(record.EditMode);
+        QCOMPARE(record.MachineCode, QString("A1"));
+        QCOMPARE(record.ForeColors[1], quint32(255));
+        QCOMPARE(record.BackColors[1], quint32(65535));
+        QCOMPARE(record.Fonts[1], (PreferenceFont{"Times", 12, true, true}));
+        QCOMPARE(record.ForeColors[2], quint32(32768));
+        QCOMPARE(record.BackColors[2], quint32(16711680));
+        QCOMPARE(record.Fonts[2], (PreferenceFont{"Courier", 9.5, true, true}));
+        QVERIFY(record.HideRatsFlag);
+        QVERIFY(record.DisableKeysFlag);
+        // Not in the old form: the defaults of a new file.
+        QCOMPARE(record.WordFolder, QString());
+        QCOMPARE(record.SecondAppFolder, QString());
+        QVERIFY(!record.DoubleClickFlag);
+        QCOMPARE(record.AlternateDataFolder, QString());
+        QCOMPARE(record.ExitPassword, QString());
+    }
+
+    void valuesThatFailTheirRulesTakeTheDefaults_data() {
+        QTest::addColumn<int>("line");
+        QTest::addColumn<QString>("value");
+        QTest::newRow("edit mode in lower case") << 3 << "true";
+        QTest::newRow("edit mode as a number") << 3 << "-1";
+        QTest::newRow("four-letter machine code") << 5 << "ABCD";
+        QTest::newRow("empty machine code") << 5 << "";
+        QTest::newRow("black text colour") << 6 << "0";
+        QTest::newRow("text colour not a number") << 6 << "navy";
+        QTest::newRow("black background") << 7 << "0";
+        QTest::newRow("empty font name") << 8 << "";
+        QTest::newRow("font size zero") << 9 << "0";
+        QTest::newRow("bold as Yes") << 10 << "Yes";
+        QTest::newRow("italic empty") << 11 << "";
+        QTest::newRow("black input text") << 12 << "0";
+        QTest::newRow("black input background") << 13 << "0";
+        QTest::newRow("empty input font") << 14 << "";
+        QTest::newRow("input size zero") << 15 << "0.0";
+        QTest::newRow("input bold FALSE") << 16 << "FALSE";
+        QTest::newRow("input italic with a blank") << 17 << "True ";
+        QTest::newRow("hide pictures as 1") << 19 << "1";
+        QTest::newRow("keys as yes") << 20 << "yes";
+    }
+    void valuesThatFailTheirRulesTakeTheDefaults() {
+        QFETCH(int, line);
+        QFETCH(QString, value);
+        QStringList lines = GoodLines();
+        lines[line - 1] = value;
+        const PreferenceRecord record = ConvertOldPreferenceLines(lines);
+        PreferenceRecord expected = ConvertOldPreferenceLines(GoodLines());
+        const PreferenceRecord defaults;
+        switch (line) {
+        case 3:
+            expected.EditMode = defaults.EditMode;
+            break;
+        case 5:
+            expected.MachineCode = defaults.MachineCode;
+            break;
+        case 6:
+            expected.ForeColors[1] = defaults.ForeColors[1];
+            break;
+        case 7:
+            expected.BackColors[1] = defaults.BackColors[1];
+            break;
+        case 8:
+            expected.Fonts[1].name = defaults.Fonts[1].name;
+            break;
+        case 9:
+            expected.Fonts[1].size = defaults.Fonts[1].size;
+            break;
+        case 10:
+            expected.Fonts[1].bold = defaults.Fonts[1].bold;
+            break;
+        case 11:
+            expected.Fonts[1].italic = defaults.Fonts[1].italic;
+            break;
+        case 12:
+            expected.ForeColors[2] = defaults.ForeColors[2];
+            break;
+        case 13:
+            expected.BackColors[2] = defaults.BackColors[2];
+            break;
+        case 14:
+            expected.Fonts[2].name = defaults.Fonts[2].name;
+            break;
+        case 15:
+            expected.Fonts[2].size = defaults.Fonts[2].size;
+            break;
+        case 16:
+            expected.Fonts[2].bold = defaults.Fonts[2].bold;
+            break;
+        case 17:
+            expected.Fonts[2].italic = defaults.Fonts[2].italic;
+            break;
+        case 19:
+            expected.HideRatsFlag = defaults.HideRatsFlag;
+            break;
+        case 20:
+            expected.DisableKeysFlag = defaults.DisableKeysFlag;
+            break;
+        default:
+            QFAIL("no such line");
+        }
+        QVERIFY(record == expected);
+        QVERIFY(!(record == ConvertOldPreferenceLines(GoodLines())));
+    }
+
+    void blackAndAFourLetterCodeComeOutAsDefaults() {
+        QStringList lines = GoodLines();
+        lines[4] = "ABCD";
+        lines[5] = "0";
+        lines[6] = "0";
+        lines[11] = "0";
+        lines[12] = "0";
+        const PreferenceRecord record = ConvertOldPreferenceLines(lines);
+        QCOMPARE(record.MachineCode, QString());
+        QCOMPARE(record.ForeColors[1], quint32(8388608));
+        QCOMPARE(record.BackColors[1], quint32(16772847));
+        QCOMPARE(record.ForeColors[2], quint32(8388608));
+        QCOMPARE(record.BackColors[2], quint32(16772847));
+        lines[4] = "ABC";
+        QCOMPARE(ConvertOldPreferenceLines(lines).MachineCode, QString("ABC"));
+        lines[4] = "Z";
+        QCOMPARE(ConvertOldPreferenceLines(lines).MachineCode, QString("Z"));
+    }
+
+    void droppedLinesDoNotMatter() {
+        QStringList lines = GoodLines();
+        for (const int dropped : {1, 2, 4, 18})
+            lines[dropped - 1] = "True";
+        QVERIFY(ConvertOldPreferenceLines(lines) == ConvertOldPreferenceLines(GoodLines()));
+    }
+
+    void missingLinesTakeTheDefaults() {
+        QVERIFY(ConvertOldPreferenceLines({}) == PreferenceRecord());
+        const PreferenceRecord record = ConvertOldPreferenceLines(GoodLines().mid(0, 8));
+        QCOMPARE(record.Fonts[1].name, QString("Times"));
+        QCOMPARE(record.Fonts[1].size, 10.0);
+        QCOMPARE(record.Fonts[2], PreferenceFont());
+        QVERIFY(!record.HideRatsFlag);
+    }
+
+    void oldFilesBecomePreferenceFiles() {
+        InstallDefault();
+        WriteText(Style("lab2"), GoodLines().join("\r\n").toUtf8() + "\r\n");
+        QStringList blackLines = GoodLines();
+        blackLines[4] = "ABCD";
+        blackLines[5] = "0";
+        WriteText(Style("black"), blackLines.join("\n").toUtf8());
+        WriteText(Style("messages.txt"), "not old");
+        const QByteArray defaultBefore = ReadBytes(Style("default.cvp"));
+
+        const QStringList made = ConvertOldPreferences(*m_state);
+        QVERIFY(m_boxes.isEmpty());
+        QCOMPARE(made, QStringList({"black.cvp", "lab2.cvp"}));
+        QVERIFY(!QFileInfo::exists(Style("lab2")));
+        QVERIFY(!QFileInfo::exists(Style("black")));
+        QVERIFY(QFileInfo::exists(Style("messages.txt")));
+        QCOMPARE(ReadBytes(Style("default.cvp")), defaultBefore);
+
+        // Every field comes from the old lines or is a new file's default, never default.cvp's.
+        QVERIFY(ReadPreferenceRecord(Style("lab2.cvp")) == ConvertOldPreferenceLines(GoodLines()));
+        const auto black = ReadPreferenceRecord(Style("black.cvp"));
+        QVERIFY(black);
+        QCOMPARE(black->MachineCode, QString());
+        QCOMPARE(black->ForeColors[1], quint32(8388608));
+        QCOMPARE(black->ExitPassword, QString());
+        QCOMPARE(black->AlternateDataFolder, QString());
+        QVERIFY(!black->DoubleClickFlag);
+        // The file started as a copy of default.cvp.
+        SqliteFile file(Style("lab2.cvp"), SqliteFile::Mode::ReadOnly);
+        QCOMPARE(file.Query("select note from options")[0][0].ToText(), QString("from default"));
+
+        // Loaded like any preference file; a second pass finds nothing more.
+        Preferences prefs;
+        prefs.PreferenceFileName = "lab2.cvp";
+        QVERIFY(LoadPreferences(*m_state, prefs, QString()).read);
+        QCOMPARE(prefs.MachineCode, QString("A1 "));
+        QCOMPARE(prefs.Fonts[2].name, QString("Courier"));
+        QVERIFY(ConvertOldPreferences(*m_state).isEmpty());
+        QVERIFY(m_boxes.isEmpty());
+    }
+
+    void anOldDefaultBecomesOldDefault() {
+        InstallDefault();
+        const QByteArray defaultBefore = ReadBytes(Style("default.cvp"));
+        QStringList lines = GoodLines();
+        lines[7] = "Old Default Font";
+        WriteText(Style("default"), lines.join("\r\n").toUtf8());
+        WriteText(Style("alpha"), GoodLines().join("\r\n").toUtf8()); // listed before "default"
+
+        const QStringList made = ConvertOldPreferences(*m_state);
+        QVERIFY(m_boxes.isEmpty());
+        QCOMPARE(made, QStringList({"alpha.cvp", "olddefault.cvp"}));
+        QCOMPARE(ReadBytes(Style("default.cvp")), defaultBefore);
+        QVERIFY(!QFileInfo::exists(Style("default")));
+        QVERIFY(!QFileInfo::exists(Style("olddefault")));
+        QCOMPARE(ReadPreferenceRecord(Style("olddefault.cvp"))->Fonts[1].name,
+                 QString("Old Default Font"));
+    }
+
+    void withoutDefaultCvpNothingIsLost() {
+        WriteText(Style("lab2"), GoodLines().join("\r\n").toUtf8());
+        QVERIFY(ConvertOldPreferences(*m_state).isEmpty());
+        QCOMPARE(m_boxes.size(), 1);
+        QCOMPARE(m_boxes[0].title, QString("Preferences not converted"));
+        QVERIFY2(m_boxes[0].text.contains(Style("lab2")), qPrintable(m_boxes[0].text));
+        QVERIFY2(m_boxes[0].text.contains("default.cvp"), qPrintable(m_boxes[0].text));
+        QVERIFY(QFileInfo::exists(Style("lab2")));
+        QVERIFY(!QFileInfo::exists(Style("lab2.cvp")));
+    }
+
+    void aDamagedDefaultCvpLosesNothing() {
+        WriteText(Style("default.cvp"), "not a database at all");
+        WriteText(Style("lab2"), GoodLines().join("\r\n").toUtf8());
+        QVERIFY(ConvertOldPreferences(*m_state).isEmpty());
+        QCOMPARE(m_boxes.size(), 1);
+        QVERIFY2(m_boxes[0].text.contains(Style("lab2")), qPrintable(m_boxes[0].text));
+        QVERIFY(QFileInfo::exists(Style("lab2")));
+        QVERIFY(!QFileInfo::exists(Style("lab2.cvp")));
+    }
+
+    void nothingToConvert() {
+        InstallDefault();
+        QVERIFY(ConvertOldPreferences(*m_state).isEmpty());
+        QVERIFY(QDir(Style("sub")).mkpath("."));
+        QVERIFY(ConvertOldPreferences(*m_state).isEmpty()); // a folder is no old file
+        QVERIFY(m_boxes.isEmpty());
+    }
+};
+
+QTEST_GUILESS_MAIN(TestPreferencesConversion)
+#include "test_preferences_conversion.moc"
