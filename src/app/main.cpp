@@ -5,6 +5,9 @@
 #include "engine/run_session.h"
 #include "engine/unattended_run.h"
 #include "engine/widget_boxes.h"
+#include "preferences/load_preferences.h"
+#include "preferences/old_preferences.h"
+#include "preferences/preferences.h"
 #include "state/error.h"
 #include "state/helpers.h"
 #include "state/program_folder.h"
@@ -77,7 +80,10 @@ int RunInteractive(const QString& path) {
         err << path << ": " << error.description() << Qt::endl;
         return 1;
     }
-    RunSession session(state);
+    Preferences preferences;
+    ConvertOldPreferences(state);
+    LoadPreferences(state, preferences, QString());
+    RunSession session(state, preferences);
     int status = 0;
     bool again = true;
     QObject::connect(&session, &RunSession::NextSessionRequested, [&] { again = true; });

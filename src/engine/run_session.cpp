@@ -7,6 +7,12 @@
 #include "engine/fTimer.h"
 #include "items/media/fInstruction.h"
 #include "items/response/fScale.h"
+#include "output/data_by_questionnaire.h"
+#include "output/data_by_variable.h"
+#include "output/data_output.h"
+#include "output/questionnaire_syntax.h"
+#include "preferences/load_preferences.h"
+#include "preferences/preferences.h"
 #include "state/helpers.h"
 #include "state/run_state.h"
 
@@ -14,16 +20,31 @@
 
 namespace corvane {
 
-RunSession::RunSession(RunState& state, QObject* parent)
-    : QObject(parent), m_state(state),
+RunSession::RunSession(RunState& state, Preferences& preferences, QObject* parent)
+    : QObject(parent), m_state(state), m_preferences(preferences),
       m_driver(state, *this), m_context{state, m_driver, {}, {}, {}, {}} {
     m_context.formGone = [this](QWidget* form) {
         if (m_currentForm == form)
             m_currentForm = nullptr;
     };
-    // A run's looks come from the preference files once the launcher reads them.
-    m_context.response.family = QStringLiteral("Arial");
-    m_context.response.pointSize = 9.6;
+    m_context.loadStyle = [this](const QString& quickStyle) { LoadPreferences(quickStyle); };
+    TakeLook();
+}
+
+void RunSession::TakeLook() {
+    auto style = [this](int n) {
+        const PreferenceFont& font = m_preferences.Fonts[std::size_t(n)];
+        TextStyle text;
+        text.family = font.name;
+        text.pointSize = font.size;
+        text.bold = font.bold;
+        text.italic = font.italic;
+        text.fore = QRgb(ColourToRgb(m_preferences.ForeColors[std::size_t(n)])) | 0xff000000u;
+        text.back = QRgb(ColourToRgb(m_preferences.BackColors[std::size_t(n)])) | 0xff000000u;
+        return text;
+    };
+    m_context.question = style(1);
+    m_context.response = style(2);
 }
 
 QWidget* RunSession::CurrentForm() const {
@@ -44,13 +65,17 @@ fCodes* RunSession::OpenSubjectEntry() {
     m_codes = new fCodes(m_state);
     m_codes->setAttribute(Qt::WA_DeleteOnClose, false);
     m_codes->ReadExperimentInfo = [this] { ReadExperimentInfo(); };
-    m_codes->Load(QString());
+    m_codes->Load(m_preferences.AlternateDataFolder);
     return m_codes;
 }
 
 void RunSession::ReadExperimentInfo() {
     ExperimentNeeds needs;
-    if (!corvane::ReadExperimentInfo(m_state, {}, needs)) {
+    ExperimentLoadHooks hooks;
+    hooks.WriteQuestionnaireSyntax = [this] {
+        WriteQuestionnaireSyntax(m_state, OutputSettings());
+    };
+    if (!corvane::ReadExperimentInfo(m_state, hooks, needs)) {
         if (m_codes)
             m_codes->close();
         emit LoadRefused();
@@ -66,8 +91,9 @@ void RunSession::ReadExperimentInfo() {
     m_driver.StartExperiment();
 }
 
-void RunSession::LoadPreferences(const QString&) {
-    // The preference files come with the launcher; until then the built-in look holds.
+void RunSession::LoadPreferences(const QString& quickStyle) {
+    corvane::LoadPreferences(m_state, m_preferences, quickStyle);
+    TakeLook();
 }
 
 void RunSession::SetSystemKeysLocked(bool locked) {
@@ -138,9 +164,17 @@ void RunSession::LowerBackdrop() {
         m_backdrop->lower();
 }
 
-void RunSession::WriteDataByQuestionnaire() {}
+DataOutputSettings RunSession::OutputSettings() const {
+    return CurrentDataOutputSettings(m_preferences.MachineCode.trimmed(), m_preferences.Inifile);
+}
 
-void RunSession::WriteDataByVariable() {}
+void RunSession::WriteDataByQuestionnaire() {
+    corvane::WriteDataByQuestionnaire(m_state, OutputSettings());
+}
+
+void RunSession::WriteDataByVariable() {
+    corvane::WriteDataByVariable(m_state, OutputSettings());
+}
 
 void RunSession::ShowPasswordForm() {
     fPassword lock(m_state.Messages[17], m_state.ExitPassword);

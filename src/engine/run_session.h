@@ -12,14 +12,17 @@
 namespace corvane {
 
 class RunState;
+struct Preferences;
 class fCodes;
 class fMain;
 class fTimer;
+struct DataOutputSettings;
 
 class RunSession : public QObject, public RunHost {
     Q_OBJECT
 public:
-    explicit RunSession(RunState& state, QObject* parent = nullptr);
+    /// A session on the run state and the settings in force, which the launcher keeps.
+    RunSession(RunState& state, Preferences& preferences, QObject* parent = nullptr);
     ~RunSession() override;
 
     /// Loads the subject entry form for the experiment in `ExperimentFile` (the working folder
@@ -65,8 +68,12 @@ private:
     void ReadExperimentInfo();
     /// The one place where item forms are made, by item type.
     ItemForm* MakeItemForm(const QString& type);
+    /// Takes the look of the settings in force into the forms' styles.
+    void TakeLook();
+    DataOutputSettings OutputSettings() const;
 
     RunState& m_state;
+    Preferences& m_preferences;
     RunDriver m_driver;
     RunContext m_context;
     QPointer<fCodes> m_codes;

@@ -6,6 +6,9 @@
 #include "engine/run_script.h"
 #include "engine/run_session.h"
 #include "engine/scripted_boxes.h"
+#include "preferences/load_preferences.h"
+#include "preferences/old_preferences.h"
+#include "preferences/preferences.h"
 #include "state/error.h"
 #include "state/helpers.h"
 #include "state/program_folder.h"
@@ -335,7 +338,11 @@ int RunUnattended(const UnattendedOptions& options) {
     if (!OpenExperiment(state, options.experiment, err))
         return UnattendedExit::NotStarted;
 
-    RunSession session(state);
+    // A normal start: old preference files converted, the default preferences loaded.
+    Preferences preferences;
+    ConvertOldPreferences(state);
+    LoadPreferences(state, preferences, QString());
+    RunSession session(state, preferences);
     UnattendedRunner runner(options, state, session, boxesRef, answers, std::move(actions));
     const int status = runner.Run();
     log.flush();

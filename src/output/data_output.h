@@ -1,0 +1,20 @@
+// What the data writers take from the preferences and the clock rather than from the run state,
+// so that a record can be made with any date and time.
+#pragma once
+
+#include <QString>
+
+namespace corvane {
+
+/// The values of a data record and file name that don't come from the run state.
+struct DataOutputSettings {
+    QString machineCode; // as the preferences hold it, up to three characters
+    QString inifile;     // the preference file in force, as the records name it
+    QString date;        // the local short date, right-trimmed
+    QString time;        // "hh:mm:ss", 24-hour clock
+};
+
+/// The settings of this moment: today's local short date and the time of day.
+DataOutputSettings CurrentDataOutputSettings(const QString& machineCode, const QString& inifile);
+
+} // namespace corvane

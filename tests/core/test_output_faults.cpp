@@ -1,0 +1,371 @@
+// The data writers when files fight back: a file held by another program gives the
+// "Can't write data" messages and no record; a full disk and a write cut short are reported and
+// leave every earlier record as it was; a row left open is never glued to the next one.
+#include "definition_fixtures.h"
+#include "definitions/experiment_loader.h"
+#include "output/data_by_questionnaire.h"
+#include "output/data_by_variable.h"
+#include "output/data_file.h"
+#include "output/data_output.h"
+#include "output/questionnaire_syntax.h"
+#include "recording_boxes.h"
+#include "state/run_state.h"
+
+#include <QtTest>
+#include <csignal>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+using namespace corvane;
+using namespace corvane::test;
+
+namespace {
+
+const QString kExperimentHeader =
+    "Condition,position,file,Backimage,Backvideo,backsound,WGR,BGR,Parameters\n";
+const QString kItemsHeader =
+    "questionnumber,QuestionType,VariableName,Parameters,WriteData,WriteRT,WriteText\n";
+
+QByteArray ReadAll(const QString& path) {
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return QByteArray();
+    return file.readAll();
+}
+
+// Holds a file as another program would: its own open description with the lock taken.
+class HeldFile {
+public:
+    explicit HeldFile(const QString& path) {
+        m_fd = ::open(QFile::encodeName(path).constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
+        m_locked = m_fd >= 0 && ::flock(m_fd, LOCK_EX | LOCK_NB) == 0;
+    }
+    ~HeldFile() {
+        if (m_fd >= 0)
+            ::close(m_fd);
+    }
+    bool Locked() const { return m_locked; }
+
+private:
+    int m_fd = -1;
+    bool m_locked = false;
+};
+
+// Lets files grow to `limit` bytes only, for as long as it lives.
+class FileSizeLimit {
+public:
+    explicit FileSizeLimit(rlim_t limit) {
+        std::signal(SIGXFSZ, SIG_IGN);
+        ::getrlimit(RLIMIT_FSIZE, &m_saved);
+        rlimit reduced = m_saved;
+        reduced.rlim_cur = limit;
+        m_set = ::setrlimit(RLIMIT_FSIZE, &reduced) == 0;
+    }
+    ~FileSizeLimit() { ::setrlimit(RLIMIT_FSIZE, &m_saved); }
+    bool Set() const { return m_set; }
+
+private:
+    rlimit m_saved{};
+    bool m_set = false;
+};
+
+DataOutputSettings Settings(const QString& time) {
+    return DataOutputSettings{QString(), "default.cvp", "03/02/2024", time};
+}
+
+} // namespace
+
+class TestOutputFaults : public QObject {
+    Q_OBJECT
+
+    QList<MessageBox> m_boxes;
+    std::unique_ptr<QTemporaryDir> m_dir;
+
+    QString Root() const { return m_dir->path(); }
+    QString Path(const QString& relative) const { return QDir(Root()).filePath(relative); }
+    QString Bq(const QString& name) const { return Path("data/byquestionnaire/" + name); }
+    QString Bv(const QString& name) const { return Path("data/byvariablename/" + name); }
+
+    std::unique_ptr<RunState> Load(const QString& subject) {
+        auto state = std::make_unique<RunState>();
+        state->SetBoxes(std::make_unique<RecordingBoxes>(&m_boxes));
+        state->ExperimentFolder = Root();
+        state->ExperimentFile = Path("lab.exp");
+        state->ExperimentFileName = "lab.exp";
+        state->DataRoot = Root();
+        state->SubjectID = subject;
+        state->ConditionID = "1";
+        QDir::setCurrent(Root());
+        RunState& loaded = *state;
+        ExperimentLoadHooks hooks;
+        hooks.WriteQuestionnaireSyntax = [&loaded] {
+            WriteQuestionnaireSyntax(loaded, Settings("00:00:00"));
+        };
+        ExperimentNeeds needs;
+        const bool started = ReadExperimentInfo(*state, hooks, needs);
+        [&] { QVERIFY(started); }();
+        state->StoreResponse(1, 1, 1, "3");
+        state->StoreResponseTime(1, 1, 1, 750);
+        state->StoreResponse(1, 2, 1, "why, not");
+        return state;
+    }
+
+    static void EndOfRunName(RunState& state) {
+        state.ExperimentFileName =
+            state.ExperimentFileName.left(state.ExperimentFileName.size() - 4);
+    }
+
+    // A first participant whose records are on disk, and the second one loaded.
+    std::unique_ptr<RunState> SecondParticipant() {
+        auto first = Load("s1");
+        EndOfRunName(*first);
+        [&] {
+            QVERIFY(WriteDataByQuestionnaire(*first, Settings("09:00:00")));
+            QVERIFY(WriteDataByVariable(*first, Settings("09:00:00")));
+        }();
+        auto second = Load("s2");
+        EndOfRunName(*second);
+        return second;
+    }
+
+    QByteArray Snapshot() const {
+        QByteArray all;
+        for (const QString& path : {Bq("lab.txt"), Bq("lab.csv"), Bq("lab.sps"), Bv("lab.txt"),
+                                    Bv("lab.csv"), Bv("lab.sps")})
+            all += path.toUtf8() + ":\n" + ReadAll(path) + "\n";
+        return all;
+    }
+
+private slots:
+    void init() {
+        m_dir = std::make_unique<QTemporaryDir>();
+        QVERIFY(m_dir->isValid());
+        m_boxes.clear();
+        MakeDefinition(Root(), "one.que",
+                       kItemsHeader + "1,Scale Response,score,,1,1,0\n"
+                                      "2,Essay,why,,1,0,1\n");
+        MakeDefinition(Root(), "lab.exp", kExperimentHeader + "1,1,one.que,,,,0,0,\n");
+    }
+
+    void cleanup() { QDir::setCurrent(QDir::tempPath()); }
+
+    void aHeldTxtFileStopsTheRecordByQuestionnaire() {
+        auto state = SecondParticipant();
+        const QByteArray txt = ReadAll(Bq("lab.txt"));
+        const QByteArray csv = ReadAll(Bq("lab.csv"));
+        m_boxes.clear();
+        {
+            HeldFile held(Bq("lab.txt"));
+            QVERIFY(held.Locked());
+            QVERIFY(!WriteDataByQuestionnaire(*state, Settings("10:00:00")));
+        }
+        QCOMPARE(m_boxes.size(), 1);
+        QCOMPARE(
+            m_boxes[0].text,
+            "Can't write data to lab.txt. File is currently open or in use by another program.");
+        QCOMPARE(m_boxes[0].title, state->MessageTitle());
+        QCOMPARE(m_boxes[0].icon, BoxIcon::Information);
+        QCOMPARE(ReadAll(Bq("lab.txt")), txt);
+        QCOMPARE(ReadAll(Bq("lab.csv")), csv);
+        // Nothing was changed in the run state either.
+        QCOMPARE(state->Responses().Value(1, 2, 1), "why, not");
+    }
+
+    void aHeldCsvFileIsReportedAsTheTxtFile() {
+        auto state = SecondParticipant();
+        const QByteArray txt = ReadAll(Bq("lab.txt"));
+        const QByteArray csv = ReadAll(Bq("lab.csv"));
+        m_boxes.clear();
+        {
+            HeldFile held(Bq("lab.csv"));
+            QVERIFY(held.Locked());
+            QVERIFY(!WriteDataByQuestionnaire(*state, Settings("10:00:00")));
+        }
+        QCOMPARE(m_boxes.size(), 1);
+        QCOMPARE(
+            m_boxes[0].text,
+            "Can't write data to lab.txt. File is currently open or in use by another program.");
+        QCOMPARE(ReadAll(Bq("lab.txt")), txt);
+        QCOMPARE(ReadAll(Bq("lab.csv")), csv);
+    }
+
+    void aHeldFileByVariable() {
+        auto state = SecondParticipant();
+        const QByteArray txt = ReadAll(Bv("lab.txt"));
+        const QByteArray csv = ReadAll(Bv("lab.csv"));
+        m_boxes.clear();
+        {
+            HeldFile held(Bv("lab.txt"));
+            QVERIFY(held.Locked());
+            QVERIFY(!WriteDataByVariable(*state, Settings("10:00:00")));
+        }
+        QCOMPARE(m_boxes.size(), 1);
+        QCOMPARE(
+            m_boxes[0].text,
+            "Can't write data to lab.txt. File is currently open or in use by another program.");
+        QCOMPARE(ReadAll(Bv("lab.txt")), txt);
+        // The syntax step ran before: its line end stands.
+        QCOMPARE(ReadAll(Bv("lab.csv")), csv + "\r\n");
+
+        m_boxes.clear();
+        const QByteArray txtNow = ReadAll(Bv("lab.txt"));
+        const QByteArray csvNow = ReadAll(Bv("lab.csv"));
+        {
+            HeldFile held(Bv("lab.csv"));
+            QVERIFY(held.Locked());
+            QVERIFY(!WriteDataByVariable(*state, Settings("10:00:01")));
+        }
+        // Once from the syntax step, once from the record.
+        QCOMPARE(m_boxes.size(), 2);
+        for (const MessageBox& box : m_boxes)
+            QCOMPARE(box.text, "Can't write data to lab.csv. File is currently open or in use by "
+                               "another program.");
+        QCOMPARE(ReadAll(Bv("lab.txt")), txtNow);
+        QCOMPARE(ReadAll(Bv("lab.csv")), csvNow);
+    }
+
+    void heldFilesWhenTheSyntaxIsWritten() {
+        SecondParticipant();
+        const QByteArray csv = ReadAll(Bq("lab.csv"));
+        const QByteArray sps = ReadAll(Bq("lab.sps"));
+        m_boxes.clear();
+        {
+            HeldFile held(Bq("lab.csv"));
+            QVERIFY(held.Locked());
+            Load("s3");
+        }
+        QCOMPARE(m_boxes.size(), 1);
+        QCOMPARE(
+            m_boxes[0].text,
+            "Can't write data to lab.csv. File is currently open or in use by another program.");
+        QCOMPARE(ReadAll(Bq("lab.csv")), csv);
+        QCOMPARE(QDir::currentPath(), Root());
+
+        m_boxes.clear();
+        {
+            HeldFile held(Bq("lab.sps"));
+            QVERIFY(held.Locked());
+            Load("s4");
+        }
+        QCOMPARE(m_boxes.size(), 1);
+        QCOMPARE(
+            m_boxes[0].text,
+            "Can't write data to lab.sps. File is currently open or in use by another program");
+        QCOMPARE(ReadAll(Bq("lab.csv")), csv);
+        QCOMPARE(ReadAll(Bq("lab.sps")), sps);
+    }
+
+    void aFullDiskIsReportedAndTheOtherFileStillWritten() {
+        if (!QFile::exists("/dev/full"))
+            QSKIP("no /dev/full here");
+        auto state = Load("s1");
+        EndOfRunName(*state);
+        QVERIFY(QFile::link("/dev/full", Bq("lab.txt")));
+        m_boxes.clear();
+        QVERIFY(!WriteDataByQuestionnaire(*state, Settings("10:00:00")));
+        QCOMPARE(m_boxes.size(), 1);
+        QVERIFY2(m_boxes[0].text.startsWith("Corvane could not write this participant's record "
+                                            "to '" +
+                                            Bq("lab.txt") + "' ("),
+                 qPrintable(m_boxes[0].text));
+        QCOMPARE(m_boxes[0].icon, BoxIcon::Warning);
+        QVERIFY(ReadAll(Bq("lab.csv"))
+                    .endsWith("s1,1," + Path("lab.exp").toUtf8() +
+                              ",default.cvp,03/02/2024,10:00:00,one,3,why  not,750"));
+    }
+
+    void aFileThatCantBeOpenedIsReportedAndTheOtherWritten() {
+        auto state = Load("s1");
+        EndOfRunName(*state);
+        QVERIFY(QDir().mkpath(Bv("lab.txt"))); // a folder where the file belongs
+        m_boxes.clear();
+        QVERIFY(!WriteDataByVariable(*state, Settings("10:00:00")));
+        QCOMPARE(m_boxes.size(), 1);
+        QVERIFY2(
+            m_boxes[0].text.startsWith("Corvane could not open the file '" + Bv("lab.txt") + "' ("),
+            qPrintable(m_boxes[0].text));
+        QVERIFY(m_boxes[0].text.endsWith("), so this participant's record is not in it."));
+        QVERIFY(ReadAll(Bv("lab.csv"))
+                    .endsWith("\r\ns1,1," + Path("lab.exp").toUtf8() +
+                              ",default.cvp,03/02/2024,10:00:00,3,why  not,750"));
+    }
+
+    void aWriteCutShortIsTakenBack() {
+        auto state = SecondParticipant();
+        const QByteArray before = Snapshot();
+        const qint64 txtSize = QFileInfo(Bq("lab.txt")).size();
+        QVERIFY(QFileInfo(Bq("lab.csv")).size() > txtSize + 10);
+        m_boxes.clear();
+        bool written = true;
+        {
+            // Room for ten more bytes of the .txt record, none for the .csv row.
+            FileSizeLimit limit(rlim_t(txtSize + 10));
+            QVERIFY(limit.Set());
+            written = WriteDataByQuestionnaire(*state, Settings("10:00:00"));
+        }
+        QVERIFY(!written);
+        QCOMPARE(Snapshot(), before);
+        QCOMPARE(m_boxes.size(), 2);
+        QVERIFY2(m_boxes[0].text.contains("'" + Bq("lab.txt") + "'"), qPrintable(m_boxes[0].text));
+        QVERIFY(m_boxes[0].text.endsWith("The file is as it was before."));
+        QVERIFY2(m_boxes[1].text.contains("'" + Bq("lab.csv") + "'"), qPrintable(m_boxes[1].text));
+
+        // The same record goes in whole once there is room.
+        m_boxes.clear();
+        QVERIFY(WriteDataByQuestionnaire(*state, Settings("10:00:00")));
+        QVERIFY(m_boxes.isEmpty());
+        QVERIFY(ReadAll(Bq("lab.txt"))
+                    .endsWith("'s2','1','" + Path("lab.exp").toUtf8() +
+                              "','default.cvp','03/02/2024','10:00:00'\r\n'one'\r\n3,'why  not'\r\n"
+                              "750\r\n"));
+    }
+
+    void appendFileTakesBackAPartialWrite() {
+        const QString path = Path("plain.txt");
+        WriteBytes(path, "earlier record\r\n");
+        AppendFile file(path);
+        QCOMPARE(file.Open(), FileFault::None);
+        FileFault fault = FileFault::None;
+        {
+            FileSizeLimit limit(20);
+            QVERIFY(limit.Set());
+            fault = file.Append(QByteArray(100, 'x'));
+        }
+        QCOMPARE(fault, FileFault::Failed);
+        QVERIFY(!file.LeftPartial());
+        QVERIFY(!file.Reason().isEmpty());
+        QCOMPARE(file.Append("next\r\n"), FileFault::None);
+        QVERIFY(file.Close());
+        QCOMPARE(ReadAll(path), "earlier record\r\nnext\r\n");
+    }
+
+    void aRowLeftOpenIsNotGluedToTheNext() {
+        // Two runs without a load between: the second row still starts a line of its own.
+        auto state = Load("s1");
+        EndOfRunName(*state);
+        QVERIFY(WriteDataByQuestionnaire(*state, Settings("09:00:00")));
+        state->SubjectID = "s2";
+        QVERIFY(WriteDataByQuestionnaire(*state, Settings("09:30:00")));
+        const QList<QByteArray> rows = ReadAll(Bq("lab.csv")).split('\n');
+        QCOMPARE(rows.size(), 3);
+        QVERIFY(rows[1].startsWith("s1,1,"));
+        QVERIFY(rows[1].endsWith("750\r"));
+        QVERIFY(rows[2].startsWith("s2,1,"));
+        QVERIFY(rows[2].endsWith("750"));
+    }
+
+    void countLinesAsASequentialRead() {
+        WriteBytes(Path("empty"), "");
+        WriteBytes(Path("one"), "\r\n");
+        WriteBytes(Path("open"), "a\r\nb");
+        QCOMPARE(CountLines(Path("missing")), 0);
+        QCOMPARE(CountLines(Path("empty")), 0);
+        QCOMPARE(CountLines(Path("one")), 1);
+        QCOMPARE(CountLines(Path("open")), 2);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestOutputFaults)
+#include "test_output_faults.moc"
