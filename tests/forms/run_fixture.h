@@ -1,0 +1,72 @@
+// A run in this process: an experiment made from CSV text in a temporary folder, loaded through
+// the subject form and walked with a virtual clock, with the boxes recorded.
+#pragma once
+
+#include "definition_fixtures.h"
+#include "engine/fCodes.h"
+#include "engine/run_session.h"
+#include "preferences/preferences.h"
+#include "recording_boxes.h"
+#include "state/program_folder.h"
+#include "state/run_state.h"
+
+#include <QApplication>
+#include <QLineEdit>
+
+namespace corvane::test {
+
+class RunFixture {
+public:
+    RunFixture() {
+        ProgramFolder::SetPath(m_dir.filePath("program"));
+        QDir().mkpath(m_dir.filePath("program/styles"));
+        QFile messages(m_dir.filePath("program/styles/messages.txt"));
+        if (messages.open(QIODevice::WriteOnly))
+            messages.write(
+                "102,Time is up.,\r\n111,Note,\r\n115,Limit,\r\n123,Not to itself.,\r\n\r\n");
+        state.SetBoxes(std::make_unique<RecordingBoxes>(&boxes));
+        state.SetClock(std::make_unique<VirtualRunClock>());
+        state.SetRandom(std::make_unique<StandardRandomSource>(1));
+    }
+
+    QString Folder() const { return m_dir.path(); }
+    VirtualRunClock& Clock() { return static_cast<VirtualRunClock&>(state.Clock()); }
+
+    /// Makes q.que from item rows (with this header) and a one-row experiment, and starts it.
+    void Start(const QString& header, const QString& rows, const QString& entryParameters = {}) {
+        MakeDefinition(Folder(), "q.que", header + rows);
+        MakeDefinition(Folder(), "e.exp",
+                       "Condition,position,file,Parameters\na,1,q.que," + entryParameters + "\n");
+        QDir::setCurrent(Folder());
+        state.ExperimentFolder = Folder();
+        state.ExperimentFile = QDir(Folder()).filePath("e.exp");
+        state.ExperimentFileName = "e.exp";
+        session = std::make_unique<RunSession>(state, preferences);
+        fCodes* codes = session->OpenSubjectEntry();
+        codes->TextSubject()->setText("s1");
+        codes->TextCondition()->setText("a");
+        codes->bOK_Click();
+        QApplication::processEvents();
+    }
+
+    /// Lets time pass on the run clock, with its timers.
+    void Wait(int ms) {
+        Clock().Advance(ms);
+        QApplication::processEvents();
+    }
+
+    QWidget* Form() const { return session ? session->CurrentForm() : nullptr; }
+    template <typename T = QWidget> T* Control(const QString& name) const {
+        return Form() ? Form()->findChild<T*>(name) : nullptr;
+    }
+
+    RunState state;
+    Preferences preferences;
+    QList<MessageBox> boxes;
+    std::unique_ptr<RunSession> session;
+
+private:
+    QTemporaryDir m_dir;
+};
+
+} // namespace corvane::test

@@ -1,0 +1,201 @@
+// The scale and instruction forms in a run: layout rules, the reveal, the 100 ms and 200 ms
+// rules, mouse and keys, "<specify>", quoting an answer, the time limit, the required word.
+#include "engine/run_driver.h"
+#include "run_fixture.h"
+
+#include <QLabel>
+#include <QPushButton>
+#include <QtTest>
+
+using namespace corvane;
+using namespace corvane::test;
+
+namespace {
+
+const QString kHeader =
+    "questionnumber,QuestionType,QuestionWording,VariableName,Parameters,WriteData,WriteRT,"
+    "textlabel1,textlabel2,textlabel3,pointlabel1,pointlabel2,pointlabel3,skip1,skip2,skip3\n";
+
+// A scale item of three points labelled a, b, c with buttons 1 to 3.
+QString Scale(int number, const QString& name, const QString& parameters,
+              const QString& wording = "How?", const QString& skips = "none,none,none") {
+    return QString("%1,scale response,%2,%3,\"%4\",yes,yes,a,b,c,1,2,3,%5\n")
+        .arg(number)
+        .arg(wording, name, parameters, skips);
+}
+
+void Key(QWidget* form, Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
+    QWidget* target = form->focusWidget() ? form->focusWidget() : form;
+    QTest::keyClick(target, key, modifiers);
+}
+
+} // namespace
+
+class TestFScale : public QObject {
+    Q_OBJECT
+private slots:
+    void horizontalScaleSharesTheWidth() {
+        RunFixture run;
+        run.Start(kHeader, "1,scale response,How?,h,\"(p5,w500)\",yes,yes,,,,1,2,3,,,\n");
+        QWidget* form = run.Form();
+        QVERIFY(form);
+        QCOMPARE(form->objectName(), "fScale");
+        // 15 twips to the pixel here: columns of 1500 twips, labels 1350 wide and 2700 high.
+        for (int n = 1; n <= 5; ++n) {
+            QLabel* label = run.Control<QLabel>(QString("lText(%1)").arg(n));
+            QCOMPARE(label->width(), 90);
+            QCOMPARE(label->height(), 180);
+        }
+        auto* first = run.Control<QPushButton>("bResponse(1)");
+        auto* second = run.Control<QPushButton>("bResponse(2)");
+        QCOMPARE(second->x() - first->x(), 100);
+        // A button stands ten pixels right of its label's centre.
+        QLabel* label = run.Control<QLabel>("lText(1)");
+        QVERIFY(qAbs(first->geometry().center().x() - (label->geometry().center().x() + 10)) <= 1);
+        QVERIFY(!run.Control<QPushButton>("bResponse(6)")->isVisible());
+    }
+
+    void verticalListMovesAndSpreads() {
+        RunFixture run;
+        run.Start(kHeader, Scale(1, "v", "(p3,t50,s2)"));
+        QWidget* form = run.Form();
+        const double sy = form->height() * 15.0 / 7200.0; // the design area scaled to the form
+        auto* first = run.Control<QPushButton>("bResponse(1)");
+        auto* second = run.Control<QPushButton>("bResponse(2)");
+        QCOMPARE(first->y(), 50);
+        // Rows 390 twips apart, plus one button height (375) for a spacing factor of 2.
+        QVERIFY(qAbs(second->y() - first->y() - (390 + 375) * sy / 15.0) <= 1.0);
+        QLabel* label = run.Control<QLabel>("lText(2)");
+        QVERIFY(qAbs(label->height() - (300 + 375) * sy / 15.0) <= 1.0);
+    }
+
+    void keysAndTheirTimeRules() {
+        RunFixture run;
+        run.Start(kHeader, Scale(1, "q1", "(p3)") + Scale(2, "q2", "(p3)", "You chose <q1>.") +
+                               Scale(3, "q3", "(p3)") + Scale(4, "last", "(p3)"));
+        QWidget* form = run.Form();
+        run.Wait(80);
+        Key(form, Qt::Key_2); // within 100 ms: no response
+        QCOMPARE(run.Form(), form);
+        run.Wait(40);
+        Key(form, Qt::Key_7); // no such point on three
+        QCOMPARE(run.Form(), form);
+        Key(form, Qt::Key_2);
+        QVERIFY(run.Form() != form);
+        QCOMPARE(run.state.Responses().Value(1, 1, 1), "2");
+        QCOMPARE(run.state.Responses().Time(1, 1, 1), 120);
+        // The answer is quoted in the next wording, by its label.
+        QCOMPARE(run.Control<QLabel>("lQuestion")->text(), "You chose b.");
+        run.Wait(300);
+        Key(run.Form(), Qt::Key_F3);
+        QCOMPARE(run.state.Responses().Value(1, 2, 1), "3");
+        // A keypad operator repeats the former choice.
+        run.Wait(150);
+        Key(run.Form(), Qt::Key_Asterisk, Qt::KeypadModifier);
+        QCOMPARE(run.state.Responses().Value(1, 3, 1), "3");
+        QCOMPARE(run.state.Responses().Time(1, 3, 1), 150);
+    }
+
+    void backspaceWaitsTwoHundredMilliseconds() {
+        RunFixture run;
+        const QString header = kHeader.trimmed() + ",GoBack\n";
+        run.Start(header, Scale(1, "q1", "(p3)").trimmed() + ",yes\n" +
+                              Scale(2, "q2", "(p3)").trimmed() + ",yes\n");
+        run.Wait(150);
+        Key(run.Form(), Qt::Key_1);
+        QWidget* second = run.Form();
+        QVERIFY(run.Control<QWidget>("GoBack"));
+        run.Wait(150);
+        Key(second, Qt::Key_Backspace);
+        QCOMPARE(run.Form(), second); // too soon
+        run.Wait(60);
+        Key(second, Qt::Key_Backspace);
+        QVERIFY(run.Form() != second);
+        QCOMPARE(run.state.CurrentQuestion, qint16(1));
+    }
+
+    void mouseRulesAndTheSelfSkip() {
+        RunFixture run;
+        run.Start(kHeader, Scale(1, "q1", "(p3)", "How?", "none,q1,none") + Scale(2, "q2", "(p3)"));
+        QWidget* form = run.Form();
+        run.Wait(50);
+        QTest::mouseClick(run.Control<QPushButton>("bResponse(1)"), Qt::LeftButton);
+        QCOMPARE(run.Form(), form); // within 100 ms
+        run.Wait(100);
+        QTest::mouseClick(run.Control<QPushButton>("bResponse(2)"), Qt::LeftButton);
+        QCOMPARE(run.Form(), form); // a choice that would jump to this item
+        QCOMPARE(run.boxes.last().text, "Not to itself.");
+        QCOMPARE(run.boxes.last().title, "Note");
+        QTest::mouseClick(run.Control<QPushButton>("bResponse(3)"), Qt::LeftButton);
+        QVERIFY(run.Form() != form);
+        QCOMPARE(run.state.Responses().Value(1, 1, 1), "3");
+        QCOMPARE(run.state.Responses().Time(1, 1, 1), 150);
+    }
+
+    void onsetDelayHoldsTheWording() {
+        RunFixture run;
+        run.Start(kHeader, Scale(1, "q1", "(p3,o500)") + Scale(2, "q2", "(p3)"));
+        QWidget* form = run.Form();
+        QCOMPARE(run.Control<QLabel>("lQuestion")->text(), QString());
+        run.Wait(300);
+        Key(form, Qt::Key_1); // not ready: nothing
+        QCOMPARE(run.Form(), form);
+        run.Wait(250);
+        QCOMPARE(run.Control<QLabel>("lQuestion")->text(), "How?");
+        run.Wait(400);
+        Key(form, Qt::Key_1);
+        QCOMPARE(run.state.Responses().Time(1, 1, 1), 450); // from the wording's onset
+    }
+
+    void specifiedAnswersAreAskedFor() {
+        RunFixture run;
+        run.Start(
+            kHeader,
+            "1,scale response,How?,q1,(p3),yes,yes,a,Other <specify>,c,1,2,3,none,none,none\n" +
+                Scale(2, "q2", "(p3)"));
+        QCOMPARE(run.Control<QLabel>("lText(2)")->text(), "Other ");
+        run.Wait(200);
+        Key(run.Form(), Qt::Key_2);
+        QCOMPARE(run.boxes.last().title, "Please Specify");
+        QCOMPARE(run.boxes.last().text, "You selected 'Other '. Please specify...");
+        QCOMPARE(run.state.Responses().Value(1, 1, 1), "<Cancel>"); // the recording boxes cancel
+        QCOMPARE(run.state.Variables.Column(1, 1, 1).type, qint16(1));
+    }
+
+    void timeLimitPassesTheItemOver() {
+        RunFixture run;
+        run.Start(kHeader, Scale(1, "q1", "(p3,d3)") + Scale(2, "q2", "(p3)"));
+        QWidget* form = run.Form();
+        run.Wait(3000);
+        QCOMPARE(run.Form(), form);
+        run.Wait(1000);
+        QVERIFY(run.Form() != form);
+        QCOMPARE(run.boxes.last().text, "Time is up.");
+        QCOMPARE(run.boxes.last().title, "Limit");
+        QCOMPARE(run.state.Responses().Value(1, 1, 1), QString()); // nothing recorded
+        QCOMPARE(run.state.CurrentQuestion, qint16(2));
+    }
+
+    void instructionsWithARequiredWord() {
+        RunFixture run;
+        run.Start("questionnumber,QuestionType,QuestionWording,VariableName,Parameters\n",
+                  "1,instructions,Read this.,intro,(xGo On)\n2,instructions,More.,more,\n");
+        QWidget* form = run.Form();
+        QCOMPARE(form->objectName(), "fInstruction");
+        auto* word = run.Control<QLineEdit>("Text1");
+        QVERIFY(word->isVisible());
+        run.Wait(500);
+        QTest::keyClicks(word, "go");
+        QTest::keyClick(word, Qt::Key_Return);
+        QCOMPARE(run.Form(), form); // a wrong word: the form stays, without a word
+        word->setText("  GO ON ");
+        run.Wait(200);
+        QTest::keyClick(word, Qt::Key_Return);
+        QVERIFY(run.Form() != form);
+        QCOMPARE(run.state.Responses().Value(1, 1, 1), "ok");
+        QCOMPARE(run.state.Responses().Time(1, 1, 1), 700);
+    }
+};
+
+QTEST_MAIN(TestFScale)
+#include "test_fscale.moc"
