@@ -233,7 +233,7 @@ void fScale::ShowWording() {
     lQuestion->setText(item.WordingShown);
     m_itemReady = true;
     // Reaction times count from the moment the wording is on the screen.
-    State().ItemStart = DrawAndRead(this);
+    State().ItemStart = DrawAndRead(lQuestion);
 }
 
 bool fScale::eventFilter(QObject* watched, QEvent* event) {
