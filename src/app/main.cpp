@@ -1,17 +1,9 @@
-// corvane: the laboratory program. `corvane FILE.exp` (or FILE.que) opens the experiment for a
-// participant; `corvane --run FILE ...` runs it unattended from a script.
-#include "definitions/single_questionnaire.h"
-#include "engine/fCodes.h"
-#include "engine/run_session.h"
+// corvane: the laboratory program. `corvane` shows the launcher; `corvane FILE.exp` (or
+// FILE.que) opens the experiment for a participant over the launcher, as the desktop does;
+// `corvane --run FILE ...` runs it unattended from a script.
 #include "engine/unattended_run.h"
-#include "engine/widget_boxes.h"
-#include "preferences/load_preferences.h"
-#include "preferences/old_preferences.h"
-#include "preferences/preferences.h"
-#include "state/error.h"
+#include "launcher/start_up.h"
 #include "state/helpers.h"
-#include "state/program_folder.h"
-#include "state/run_state.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -22,10 +14,14 @@ using namespace corvane;
 
 namespace {
 
-void UseOffscreenWithoutDisplay() {
+/// True when there is no display and the offscreen platform has been chosen for that reason.
+bool UseOffscreenWithoutDisplay() {
     if (qEnvironmentVariableIsEmpty("DISPLAY") && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") &&
-        qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
         qputenv("QT_QPA_PLATFORM", "offscreen");
+        return true;
+    }
+    return false;
 }
 
 struct Options {
@@ -54,55 +50,17 @@ struct Options {
     QCommandLineOption timeout{QStringLiteral("timeout"),
                                QStringLiteral("End a run still going after SECONDS."),
                                QStringLiteral("SECONDS")};
+    // For the documentation's pictures: the screen after start-up, saved, then the end.
+    QCommandLineOption screenshot{QStringLiteral("screenshot"),
+                                  QStringLiteral("Save a picture of the screen to FILE a few "
+                                                 "seconds after start-up, then end."),
+                                  QStringLiteral("FILE")};
 };
-
-int RunInteractive(const QString& path) {
-    QTextStream err(stderr);
-    QString problem;
-    if (!ProgramFolder::Seed(&problem))
-        err << problem << Qt::endl;
-    RunState state;
-    state.SetBoxes(std::make_unique<WidgetMessageBoxes>());
-    const auto found = FindFile(QFileInfo(path).absoluteFilePath());
-    if (!found) {
-        err << path << ": no such experiment or questionnaire" << Qt::endl;
-        return 1;
-    }
-    const QFileInfo info(*found);
-    state.ExperimentFile = info.absoluteFilePath();
-    state.ExperimentFileName = info.fileName();
-    state.ExperimentFolder = info.absolutePath();
-    QString folder = state.ExperimentFolder;
-    ChangeToFolder(folder);
-    try {
-        WrapSingleQuestionnaire(state, ProgramFolder::FilePath(QStringLiteral("temp.exp")));
-    } catch (const CorvaneError& error) {
-        err << path << ": " << error.description() << Qt::endl;
-        return 1;
-    }
-    Preferences preferences;
-    ConvertOldPreferences(state);
-    LoadPreferences(state, preferences, QString());
-    RunSession session(state, preferences);
-    int status = 0;
-    bool again = true;
-    QObject::connect(&session, &RunSession::NextSessionRequested, [&] { again = true; });
-    QObject::connect(&session, &RunSession::LoadRefused, [&] { status = 1; });
-    while (again) {
-        again = false;
-        fCodes* codes = session.OpenSubjectEntry();
-        if (!session.RunActive() && codes->exec() != QDialog::Accepted && !session.RunActive())
-            break;
-        if (session.RunActive())
-            QApplication::exec();
-    }
-    return status;
-}
 
 } // namespace
 
 int main(int argc, char* argv[]) {
-    UseOffscreenWithoutDisplay();
+    const bool noDisplay = UseOffscreenWithoutDisplay();
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Corvane"));
     QApplication::setApplicationVersion(QStringLiteral(CORVANE_VERSION));
@@ -114,11 +72,15 @@ int main(int argc, char* argv[]) {
         QStringLiteral("Corvane, a laboratory program for research in psychology."));
     parser.addHelpOption();
     parser.addVersionOption();
+    options.screenshot.setFlags(QCommandLineOption::HiddenFromHelp);
     parser.addOptions({options.run, options.subject, options.condition, options.script,
-                       options.seed, options.virtualClock, options.messageLog, options.timeout});
+                       options.seed, options.virtualClock, options.messageLog, options.timeout,
+                       options.screenshot});
     parser.addPositionalArgument(
         QStringLiteral("FILE"),
-        QStringLiteral("An experiment (.exp) or questionnaire (.que) to open."));
+        QStringLiteral("An experiment (.exp) or questionnaire (.que) to open for a participant; "
+                       "without one, the launcher shows."),
+        QStringLiteral("[FILE]"));
     parser.process(app);
 
     QTextStream err(stderr);
@@ -141,9 +103,26 @@ int main(int argc, char* argv[]) {
         }
         return RunUnattended(run);
     }
-    if (parser.positionalArguments().size() != 1) {
+    const QStringList files = parser.positionalArguments();
+    if (files.size() > 1) {
         err << parser.helpText();
         return 2;
     }
-    return RunInteractive(parser.positionalArguments().front());
+    if (noDisplay) {
+        err << "corvane: there is no display for the launcher; an unattended run is "
+               "corvane --run FILE (see --help)"
+            << Qt::endl;
+        return 2;
+    }
+    LauncherOptions launch;
+    if (!files.isEmpty()) {
+        const auto found = FindFile(QFileInfo(files.front()).absoluteFilePath());
+        if (!found) {
+            err << files.front() << ": no such experiment or questionnaire" << Qt::endl;
+            return 1;
+        }
+        launch.file = *found;
+    }
+    launch.screenshot = parser.value(options.screenshot);
+    return RunLauncher(launch);
 }

@@ -3,6 +3,7 @@
 #include "definitions/number_reading.h"
 #include "definitions/parameters.h"
 #include "engine/insert_answers.h"
+#include "engine/media_output.h"
 #include "engine/navigation_bar.h"
 #include "engine/run_driver.h"
 #include "engine/screen_sync.h"
@@ -164,17 +165,25 @@ void ItemForm::ApplyWordingParameters() {
 
 void ItemForm::PrepareBackground() {
     const RunState& state = m_run.state;
+    auto playSound = [this](const QString& file) {
+        if (m_run.playBackgroundSound)
+            m_run.playBackgroundSound(file);
+    };
     if (state.CurrentQuestion < 1) {
         const FileEntry& entry = state.Files[std::size_t(state.CurrentFile)];
         PlaceBackgroundImage(entry.Backimage, entry.BackimageLeft, entry.BackimageTop,
                              entry.BackimageWidth, entry.BackimageHeight);
-        PlayBackgroundSound(entry.backsound);
+        playSound(entry.backsound);
+        // A list entry's video takes the fields that its loader never fills.
+        PlayBackgroundVideo(entry.Backvideo, entry.BackvideoLeft, entry.BackvideoTop,
+                            entry.BackvideoWidth);
         return;
     }
     const Question& item = Item();
     PlaceBackgroundImage(item.Backimage, item.BackimageLeft, item.BackimageTop, item.BackimageWidth,
                          item.BackimageHeight);
-    PlayBackgroundSound(item.backsound);
+    playSound(item.backsound);
+    PlayBackgroundVideo(item.Backvideo, item.BackvideoLeft, item.BackvideoTop, item.BackvideoWidth);
 }
 
 void ItemForm::PlaceBackgroundImage(const QString& file, int left, int top, int width, int height) {
@@ -212,16 +221,17 @@ void ItemForm::PlaceBackgroundImage(const QString& file, int left, int top, int 
     Image1->show();
 }
 
-void ItemForm::PlayBackgroundSound(const QString& file) {
+void ItemForm::PlayBackgroundVideo(const QString& file, int left, int top, int full) {
     if (file.isEmpty() || file.toLower() == QLatin1String("none"))
         return;
-    if (FileExists(file) == 0)
+    if (full == -1)
         m_run.state.Boxes().Show(
             MessageBox{m_run.state.MessageTitle(),
-                       QStringLiteral("The background file '") + file +
-                           QStringLiteral("' was requested but not found.  This item "
-                                          "will be ignored."),
+                       QStringLiteral("Full screen is not an option for background "
+                                      "videos."),
                        BoxIcon::Information});
+    if (const auto found = FindFile(file))
+        MediaOutput::PlayVideo(Picture1, *found, left, top);
 }
 
 void ItemForm::PrepareNavigationBar(bool showContinue) {
@@ -260,7 +270,8 @@ qint32 ItemForm::EventTime(const QInputEvent* event) const {
 void ItemForm::ClickSound(const QString& kind) const {
     if (m_run.muteSounds || kind != QLatin1String("CLICK"))
         return;
-    // The click is played once sound output is part of the program.
+    if (m_run.playClick)
+        m_run.playClick();
 }
 
 void ItemForm::Unload() {

@@ -33,11 +33,15 @@ struct RunContext {
     RunState& state;
     RunDriver& driver;
     /// Switches the look to a QuickStyle ("" for the default preferences).
-    std::function<void(const QString&)> loadStyle;
+    std::function<void(const QString&)> loadStyle{};
     /// Called when a form goes, so that the run knows no form is on the screen.
-    std::function<void(QWidget*)> formGone;
-    TextStyle question;
-    TextStyle response;
+    std::function<void(QWidget*)> formGone{};
+    /// Plays a background sound ("none" plays nothing; a missing file is reported).
+    std::function<void(const QString&)> playBackgroundSound{};
+    /// Plays the click, unless sounds are muted.
+    std::function<void()> playClick{};
+    TextStyle question{};
+    TextStyle response{};
     bool keyNavigation = true;
     bool muteSounds = false;
 };
@@ -108,7 +112,7 @@ protected:
 private:
     bool FrameKey(QKeyEvent* event);
     void PlaceBackgroundImage(const QString& file, int left, int top, int width, int height);
-    void PlayBackgroundSound(const QString& file);
+    void PlayBackgroundVideo(const QString& file, int left, int top, int full);
     void ApplyWordingParameters();
 
     RunContext& m_run;

@@ -3,6 +3,7 @@
 #include "definitions/experiment_loader.h"
 #include "engine/fCodes.h"
 #include "engine/fMain.h"
+#include "engine/media_output.h"
 #include "engine/fPassword.h"
 #include "engine/fTimer.h"
 #include "items/media/fInstruction.h"
@@ -11,9 +12,11 @@
 #include "output/data_by_variable.h"
 #include "output/data_output.h"
 #include "output/questionnaire_syntax.h"
+#include "output/run_journal.h"
 #include "preferences/load_preferences.h"
 #include "preferences/preferences.h"
 #include "state/helpers.h"
+#include "state/program_folder.h"
 #include "state/run_state.h"
 
 #include <QGuiApplication>
@@ -22,12 +25,17 @@ namespace corvane {
 
 RunSession::RunSession(RunState& state, Preferences& preferences, QObject* parent)
     : QObject(parent), m_state(state), m_preferences(preferences),
-      m_driver(state, *this), m_context{state, m_driver, {}, {}, {}, {}} {
+      m_driver(state, *this), m_context{.state = state, .driver = m_driver} {
     m_context.formGone = [this](QWidget* form) {
         if (m_currentForm == form)
             m_currentForm = nullptr;
     };
     m_context.loadStyle = [this](const QString& quickStyle) { LoadPreferences(quickStyle); };
+    m_media = new MediaOutput(this);
+    m_context.playBackgroundSound = [this](const QString& file) { PlayBackgroundSound(file); };
+    m_context.playClick = [this] {
+        m_media->PlayClick(ProgramFolder::FilePath(QStringLiteral("utilities/sounds/click.wav")));
+    };
     TakeLook();
 }
 
@@ -70,6 +78,7 @@ fCodes* RunSession::OpenSubjectEntry() {
 }
 
 void RunSession::ReadExperimentInfo() {
+    emit SubjectEntered();
     ExperimentNeeds needs;
     ExperimentLoadHooks hooks;
     hooks.WriteQuestionnaireSyntax = [this] {
@@ -86,6 +95,7 @@ void RunSession::ReadExperimentInfo() {
         m_state.WordFound = ToFlag(!ReadRegistryValue(QStringLiteral("HKEY_CLASSES_ROOT"),
                                                       QStringLiteral(".doc"), QString(), QString())
                                         .isEmpty());
+    m_journal = RunJournal::Begin(m_state, OutputSettings());
     m_active = true;
     emit RunStarted();
     m_driver.StartExperiment();
@@ -126,7 +136,21 @@ void RunSession::UnloadTimerForm() {
 
 void RunSession::ShowTimerForm() {}
 
-void RunSession::PlayBackgroundSound(const QString&) {}
+void RunSession::PlayBackgroundSound(const QString& file) {
+    if (file.isEmpty() || file.toLower() == QLatin1String("none"))
+        return;
+    const auto found = FindFile(file);
+    if (!found) {
+        m_state.Boxes().Show(MessageBox{m_state.MessageTitle(),
+                                        QStringLiteral("The background file '") + file +
+                                            QStringLiteral("' was requested but not found.  This item will "
+                                                           "be ignored."),
+                                        BoxIcon::Information});
+        return;
+    }
+    // It plays on past its item, until it ends or another starts.
+    m_media->PlayBackgroundSound(*found);
+}
 
 bool RunSession::PresentFile(FileKindClass, const FileEntry&) {
     // The presenters of list entries arrive with the media items.
@@ -169,11 +193,25 @@ DataOutputSettings RunSession::OutputSettings() const {
 }
 
 void RunSession::WriteDataByQuestionnaire() {
-    corvane::WriteDataByQuestionnaire(m_state, OutputSettings());
+    const DataOutputSettings settings = OutputSettings();
+    auto write = [&] { return corvane::WriteDataByQuestionnaire(m_state, settings); };
+    if (m_journal)
+        m_journal->WriteRecord(RecordKind::ByQuestionnaire, settings.machineCode, write);
+    else
+        write();
 }
 
 void RunSession::WriteDataByVariable() {
-    corvane::WriteDataByVariable(m_state, OutputSettings());
+    const DataOutputSettings settings = OutputSettings();
+    auto write = [&] { return corvane::WriteDataByVariable(m_state, settings); };
+    if (!m_journal) {
+        write();
+        return;
+    }
+    m_journal->WriteRecord(RecordKind::ByVariable, settings.machineCode, write);
+    // The last record of the run: the journal goes once both are in their files.
+    m_journal->Finish();
+    m_journal.reset();
 }
 
 void RunSession::ShowPasswordForm() {

@@ -17,6 +17,7 @@ class fCodes;
 class fMain;
 class fTimer;
 struct DataOutputSettings;
+class RunJournal;
 
 class RunSession : public QObject, public RunHost {
     Q_OBJECT
@@ -33,6 +34,8 @@ public:
     fMain* Backdrop() const;
     /// True from the start of a run until its closing message.
     bool RunActive() const { return m_active; }
+    /// Switches the click of the item forms off or on (the launcher's setting).
+    void SetMuteSounds(bool muted) { m_context.muteSounds = muted; }
 
     // The program's side of the walk.
     void LoadPreferences(const QString& quickStyle) override;
@@ -55,6 +58,8 @@ public:
     QWidget* CurrentForm() const;
 
 signals:
+    /// The subject form has taken the subject and the condition; the loading begins.
+    void SubjectEntered();
     /// The loader refused the experiment; nothing was started.
     void LoadRefused();
     /// A run has started.
@@ -76,11 +81,14 @@ private:
     Preferences& m_preferences;
     RunDriver m_driver;
     RunContext m_context;
+    class MediaOutput* m_media;
     QPointer<fCodes> m_codes;
     QPointer<fMain> m_backdrop;
     QPointer<fTimer> m_timerForm;
     QPointer<ItemForm> m_currentForm;
     bool m_active = false;
+    /// The journal of the run under way, which keeps its responses on the disk as they come.
+    std::unique_ptr<RunJournal> m_journal;
 };
 
 } // namespace corvane

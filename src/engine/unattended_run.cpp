@@ -6,6 +6,7 @@
 #include "engine/run_script.h"
 #include "engine/run_session.h"
 #include "engine/scripted_boxes.h"
+#include "output/recovery.h"
 #include "preferences/load_preferences.h"
 #include "preferences/old_preferences.h"
 #include "preferences/preferences.h"
@@ -118,9 +119,16 @@ public:
         // The answers at the top of the script answer the boxes that come before the first item.
         while (m_next < m_actions.size() && m_actions[m_next].kind == ScriptActionKind::Answer)
             m_answers.Push(m_actions[m_next++].text);
-        QTimer::singleShot(0, this, [this] { OpenSubjectEntry(); });
+        QTimer::singleShot(0, this, [this] {
+            if (BeforeFirstSession)
+                BeforeFirstSession();
+            OpenSubjectEntry();
+        });
         return m_loop.exec();
     }
+
+    /// Runs once, after the script's first answers are queued and before the subject form.
+    std::function<void()> BeforeFirstSession;
 
 private:
     void OpenSubjectEntry() {
@@ -344,6 +352,8 @@ int RunUnattended(const UnattendedOptions& options) {
     LoadPreferences(state, preferences, QString());
     RunSession session(state, preferences);
     UnattendedRunner runner(options, state, session, boxesRef, answers, std::move(actions));
+    // Runs of this experiment that were cut short are offered first, as at every start.
+    runner.BeforeFirstSession = [&] { OfferRecoveries(state, preferences.AlternateDataFolder); };
     const int status = runner.Run();
     log.flush();
     return status;

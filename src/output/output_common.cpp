@@ -1,5 +1,6 @@
 #include "output/output_common.h"
 
+#include "output/data_file.h"
 #include "state/error.h"
 #include "state/helpers.h"
 #include "state/run_state.h"
@@ -147,6 +148,23 @@ void ReportFolderFault(RunState& state, const QString& folder, const QStringList
                                                      "nothing could be written to ") +
                                       list + QLatin1Char('.'),
                                   BoxIcon::Warning});
+}
+
+std::optional<bool> HeaderNeeded(RunState& state, const QString& csvPath, const QString& fileName) {
+    AppendFile csv(csvPath);
+    switch (csv.Open()) {
+    case FileFault::InUse:
+        ReportInUse(state, fileName, true);
+        return std::nullopt;
+    case FileFault::Failed:
+        ReportOpenFault(state, csvPath, csv.Reason(),
+                        QStringLiteral("this experiment's column header"));
+        return std::nullopt;
+    case FileFault::None:
+        break;
+    }
+    csv.Close();
+    return CountLines(csvPath) < 1;
 }
 
 } // namespace corvane

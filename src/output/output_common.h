@@ -54,6 +54,10 @@ void ReportInUse(RunState& state, const QString& fileName, bool finalPoint);
 
 /// A file that could not be opened for other reasons than being in use; `what` is what it
 /// lacks now ("this participant's record").
+/// Whether the column-header file is new, found by opening it once as the writers do; no value
+/// after a fault has been reported.
+std::optional<bool> HeaderNeeded(RunState& state, const QString& csvPath, const QString& fileName);
+
 void ReportOpenFault(RunState& state, const QString& path, const QString& reason,
                      const QString& what);
 

@@ -122,22 +122,11 @@ bool Write(RunState& state, const DataOutputSettings& settings) {
     }
 
     const QString header = QStringLiteral("this experiment's column header");
-    bool writeHeader = false;
-    {
-        AppendFile csv(csvPath);
-        switch (csv.Open()) {
-        case FileFault::InUse:
-            ReportInUse(state, base + QStringLiteral(".csv"), true);
-            return false;
-        case FileFault::Failed:
-            ReportOpenFault(state, csvPath, csv.Reason(), header);
-            return false;
-        case FileFault::None:
-            break;
-        }
-        csv.Close();
-        writeHeader = CountLines(csvPath) < 1;
-    }
+    const std::optional<bool> headerNeeded =
+        HeaderNeeded(state, csvPath, base + QStringLiteral(".csv"));
+    if (!headerNeeded)
+        return false;
+    const bool writeHeader = *headerNeeded;
     AppendFile csv(csvPath);
     switch (csv.Open()) {
     case FileFault::InUse:

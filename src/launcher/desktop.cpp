@@ -1,0 +1,50 @@
+#include "launcher/desktop.h"
+
+#include <QDesktopServices>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QProcess>
+#include <unistd.h>
+
+namespace corvane {
+
+bool SystemDesktop::OpenUrl(const QUrl& url) {
+    return QDesktopServices::openUrl(url);
+}
+
+bool SystemDesktop::StartProgram(const QString& program, const QStringList& arguments,
+                                 const QString& folder) {
+    return QProcess::startDetached(program, arguments, folder);
+}
+
+bool SystemDesktop::SlideShowRunning() {
+    // The office suite keeps one process per user and hands every later start, a slide show
+    // too, to it: the run would wait on a process that ends at once while the show goes on
+    // elsewhere. So any running instance counts, not only one that shows slides.
+    return ProcessRunning({QStringLiteral("soffice.bin"), QStringLiteral("soffice")});
+}
+
+bool ProcessRunning(const QStringList& names) {
+    const QDir proc(QStringLiteral("/proc"));
+    const uint me = ::getuid();
+    const QStringList entries = proc.entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+    for (const QString& entry : entries) {
+        bool isPid = false;
+        entry.toLongLong(&isPid);
+        if (!isPid || QFileInfo(proc.filePath(entry)).ownerId() != me)
+            continue;
+        QFile comm(proc.filePath(entry + QStringLiteral("/comm")));
+        if (!comm.open(QIODevice::ReadOnly))
+            continue; // the process has gone meanwhile
+        const QString name = QString::fromLocal8Bit(comm.readAll()).trimmed();
+        // The kernel keeps 15 characters of a process's name.
+        for (const QString& wanted : names) {
+            if (name == wanted.left(15))
+                return true;
+        }
+    }
+    return false;
+}
+
+} // namespace corvane

@@ -1,0 +1,40 @@
+// What the launcher asks of the desktop around it: opening a file or folder with the program
+// the desktop chooses, starting a program, probing for a running slide-show program and setting
+// the keyboard's repeat. One seam, so that tests see what would have been opened.
+#pragma once
+
+#include <QString>
+#include <QStringList>
+#include <QUrl>
+
+namespace corvane {
+
+class Desktop {
+public:
+    virtual ~Desktop() = default;
+    /// Opens a file, folder or web address with the desktop's default program.
+    virtual bool OpenUrl(const QUrl& url) = 0;
+    /// Starts a program without waiting for it.
+    virtual bool StartProgram(const QString& program, const QStringList& arguments,
+                              const QString& folder) = 0;
+    /// True while a program that would take slide shows away from a run is running.
+    virtual bool SlideShowRunning() = 0;
+    /// The quickest keyboard repeat that the window system offers, so that a participant
+    /// holding a key gets the quickest repeat.
+    virtual void SetQuickestKeyRepeat() = 0;
+};
+
+/// The desktop of this computer.
+class SystemDesktop : public Desktop {
+public:
+    bool OpenUrl(const QUrl& url) override;
+    bool StartProgram(const QString& program, const QStringList& arguments,
+                      const QString& folder) override;
+    bool SlideShowRunning() override;
+    void SetQuickestKeyRepeat() override;
+};
+
+/// True when a process of this user whose name is one of `names` runs (read from /proc).
+bool ProcessRunning(const QStringList& names);
+
+} // namespace corvane

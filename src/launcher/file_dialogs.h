@@ -1,0 +1,36 @@
+// The one seam through which the launcher asks for a file, so that tests can answer it.
+#pragma once
+
+#include <QString>
+
+class QWidget;
+
+namespace corvane {
+
+/// What an open-file dialog shows. The filter is written as pairs "Description|patterns|",
+/// patterns separated by ";".
+struct FileRequest {
+    QString title;
+    QString filter;
+    QString fileName;
+    QString folder;
+};
+
+class FileDialogs {
+public:
+    virtual ~FileDialogs() = default;
+    /// The chosen file as a full path; empty when the operator cancels.
+    virtual QString GetOpenFileName(QWidget* parent, const FileRequest& request) = 0;
+};
+
+/// The desktop's own open-file dialog.
+class WidgetFileDialogs : public FileDialogs {
+public:
+    QString GetOpenFileName(QWidget* parent, const FileRequest& request) override;
+};
+
+/// A filter of pairs as the dialog of this desktop takes it: "Experiment (*.exp);;All files
+/// (*)". "*.*" means every file here, named with a point or not.
+QString DialogFilter(const QString& pairs);
+
+} // namespace corvane

@@ -1,0 +1,595 @@
+#include "output/run_journal.h"
+
+#include "output/output_common.h"
+#include "state/error.h"
+#include "state/run_state.h"
+#include "state/text.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+namespace corvane {
+
+namespace {
+
+const QString kMagic = QStringLiteral("CORVANE-JOURNAL");
+const QString kVersion = QStringLiteral("1");
+const QString kExtension = QStringLiteral(".journal");
+
+QString SystemReason(int error) {
+    return QString::fromLocal8Bit(std::strerror(error));
+}
+
+QByteArray NativePath(const QString& path) {
+    return QFile::encodeName(path);
+}
+
+QString Escape(const QString& text) {
+    QString out;
+    out.reserve(text.size());
+    for (const QChar c : text) {
+        switch (c.unicode()) {
+        case '\\':
+            out += QStringLiteral("\\\\");
+            break;
+        case '\t':
+            out += QStringLiteral("\\t");
+            break;
+        case '\n':
+            out += QStringLiteral("\\n");
+            break;
+        case '\r':
+            out += QStringLiteral("\\r");
+            break;
+        default:
+            out += c;
+        }
+    }
+    return out;
+}
+
+QString Unescape(const QString& text) {
+    QString out;
+    out.reserve(text.size());
+    for (qsizetype n = 0; n < text.size(); ++n) {
+        const QChar c = text.at(n);
+        if (c != QLatin1Char('\\') || n + 1 == text.size()) {
+            out += c;
+            continue;
+        }
+        const QChar next = text.at(++n);
+        if (next == QLatin1Char('t'))
+            out += QLatin1Char('\t');
+        else if (next == QLatin1Char('n'))
+            out += QLatin1Char('\n');
+        else if (next == QLatin1Char('r'))
+            out += QLatin1Char('\r');
+        else
+            out += next;
+    }
+    return out;
+}
+
+QString CheckField(QByteArrayView bytes) {
+    return QStringLiteral("%1").arg(qChecksum(bytes), 4, 16, QLatin1Char('0'));
+}
+
+// A name that is safe in a file name on any system the data folder may be shared with.
+QString SafeName(const QString& text) {
+    QString out;
+    for (const QChar c : text)
+        out += c.isLetterOrNumber() || c == QLatin1Char('_') || c == QLatin1Char('.') ? c
+                                                                                      : QChar(u'_');
+    return out.isEmpty() ? QStringLiteral("_") : out.left(60);
+}
+
+QString WithoutExtension(const QString& name) {
+    const qsizetype dot = name.lastIndexOf(QLatin1Char('.'));
+    return dot > 0 ? name.left(dot) : name;
+}
+
+// Puts a folder's entries on the disk: a new or removed file is only safe once its folder is.
+void SyncFolder(const QString& folder) {
+    const int fd = ::open(NativePath(folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (fd < 0)
+        return;
+    ::fsync(fd);
+    ::close(fd);
+}
+
+int WriteAll(int fd, const QByteArray& bytes) {
+    qint64 done = 0;
+    while (done < bytes.size()) {
+        const ssize_t written =
+            ::write(fd, bytes.constData() + done, std::size_t(bytes.size() - done));
+        if (written < 0) {
+            if (errno == EINTR)
+                continue;
+            return errno;
+        }
+        if (written == 0)
+            return ENOSPC;
+        done += written;
+    }
+    if (::fdatasync(fd) != 0 && errno != EINVAL && errno != EROFS)
+        return errno;
+    return 0;
+}
+
+std::optional<int> ReadInt(const QString& text) {
+    bool ok = false;
+    const int value = text.toInt(&ok);
+    return ok ? std::optional<int>(value) : std::nullopt;
+}
+
+std::optional<RecordKind> KindOf(const QString& word) {
+    if (word == RecordKindWord(RecordKind::ByQuestionnaire))
+        return RecordKind::ByQuestionnaire;
+    if (word == RecordKindWord(RecordKind::ByVariable))
+        return RecordKind::ByVariable;
+    return std::nullopt;
+}
+
+// One line after the header into the contents; false when it can't be read.
+bool ReadLine(const QStringList& fields, JournalContents& contents) {
+    const QString& kind = fields.at(0);
+    if (kind == QLatin1String("R") || kind == QLatin1String("T")) {
+        if (fields.size() != 7 - (kind == QLatin1String("T") ? 1 : 0))
+            return false;
+        const auto q = ReadInt(fields.at(1));
+        const auto i = ReadInt(fields.at(2));
+        const auto k = ReadInt(fields.at(3));
+        if (!q || !i || !k)
+            return false;
+        JournalEntry entry;
+        entry.q = *q;
+        entry.i = *i;
+        entry.k = *k;
+        entry.name = fields.at(4);
+        if (kind == QLatin1String("R")) {
+            const auto type = ReadInt(fields.at(5));
+            if (!type)
+                return false;
+            entry.type = qint16(*type);
+            entry.value = fields.at(6);
+        } else {
+            const auto ms = ReadInt(fields.at(5));
+            if (!ms)
+                return false;
+            entry.time = true;
+            entry.ms = *ms;
+        }
+        contents.entries.push_back(std::move(entry));
+        return true;
+    }
+    if (kind == QLatin1String("Q")) {
+        const auto q = ReadInt(fields.value(1));
+        if (fields.size() != 3 || !q || *q < 1 || *q > 32767)
+            return false;
+        if (contents.questionnaires.size() <= *q)
+            contents.questionnaires.resize(*q + 1);
+        contents.questionnaires[*q] = fields.at(2);
+        return true;
+    }
+    if (kind == QLatin1String("P")) {
+        const auto which = KindOf(fields.value(1));
+        bool txtOk = false;
+        bool csvOk = false;
+        const qint64 txt = fields.value(2).toLongLong(&txtOk);
+        const qint64 csv = fields.value(3).toLongLong(&csvOk);
+        if (fields.size() != 4 || !which || !txtOk || !csvOk)
+            return false;
+        JournalWriting& writing = contents.writing[std::size_t(*which)];
+        writing.noted = true;
+        writing.txtSize = txt;
+        writing.csvSize = csv;
+        return true;
+    }
+    if (kind == QLatin1String("W")) {
+        const auto which = KindOf(fields.value(1));
+        const QString outcome = fields.value(2);
+        if (fields.size() != 3 || !which ||
+            (outcome != QLatin1String("1") && outcome != QLatin1String("0")))
+            return false;
+        JournalWriting& writing = contents.writing[std::size_t(*which)];
+        // Once in its files, a record stays there whatever a later attempt says.
+        if (outcome == QLatin1String("1"))
+            writing.written = true;
+        else if (!writing.written)
+            writing.failed = true;
+        return true;
+    }
+    if (kind == QLatin1String("E") && fields.size() == 1) {
+        contents.ended = true;
+        return true;
+    }
+    return false;
+}
+
+bool ReadHeader(const QStringList& fields, JournalContents& contents) {
+    if (fields.size() < 2 || fields.at(0) != kMagic || fields.at(1) != kVersion)
+        return false;
+    QHash<QString, QString> values;
+    for (qsizetype n = 2; n < fields.size(); ++n) {
+        const qsizetype equals = fields.at(n).indexOf(QLatin1Char('='));
+        if (equals < 1)
+            return false;
+        values.insert(fields.at(n).left(equals), fields.at(n).mid(equals + 1));
+    }
+    const QStringList required{
+        QStringLiteral("experiment"),  QStringLiteral("file"),    QStringLiteral("folder"),
+        QStringLiteral("dataroot"),    QStringLiteral("subject"), QStringLiteral("condition"),
+        QStringLiteral("started"),     QStringLiteral("date"),    QStringLiteral("time"),
+        QStringLiteral("machinecode"), QStringLiteral("inifile"), QStringLiteral("questionnaires")};
+    for (const QString& key : required) {
+        if (!values.contains(key))
+            return false;
+    }
+    contents.experimentFile = values.value(QStringLiteral("experiment"));
+    contents.experimentFileName = values.value(QStringLiteral("file"));
+    contents.experimentFolder = values.value(QStringLiteral("folder"));
+    contents.dataRoot = values.value(QStringLiteral("dataroot"));
+    contents.subject = values.value(QStringLiteral("subject"));
+    contents.condition = values.value(QStringLiteral("condition"));
+    contents.started = values.value(QStringLiteral("started"));
+    contents.settings.date = values.value(QStringLiteral("date"));
+    contents.settings.time = values.value(QStringLiteral("time"));
+    contents.settings.machineCode = values.value(QStringLiteral("machinecode"));
+    contents.settings.inifile = values.value(QStringLiteral("inifile"));
+    const auto count = ReadInt(values.value(QStringLiteral("questionnaires")));
+    if (!count || *count < 0 || *count > 32767)
+        return false;
+    contents.questionnaires = QStringList(*count + 1);
+    return true;
+}
+
+// The fields of a complete line whose check field agrees, else none.
+std::optional<QStringList> CheckedFields(QByteArrayView line) {
+    const qsizetype tab = line.lastIndexOf('\t');
+    if (tab < 1 || line.size() - tab - 1 != 4)
+        return std::nullopt;
+    const QByteArrayView text = line.first(tab);
+    if (QString::fromLatin1(line.sliced(tab + 1)) != CheckField(text))
+        return std::nullopt;
+    QStringList fields = QString::fromUtf8(text).split(QLatin1Char('\t'));
+    for (QString& field : fields)
+        field = Unescape(field);
+    return fields;
+}
+
+} // namespace
+
+QString RecordKindWord(RecordKind kind) {
+    return kind == RecordKind::ByQuestionnaire ? QStringLiteral("byquestionnaire")
+                                               : QStringLiteral("byvariablename");
+}
+
+int JournalContents::ResponseCount() const {
+    return int(std::count_if(entries.begin(), entries.end(),
+                             [](const JournalEntry& entry) { return !entry.time; }));
+}
+
+int JournalContents::TimeCount() const {
+    return int(entries.size()) - ResponseCount();
+}
+
+bool JournalContents::AllWritten() const {
+    return writing[0].written && writing[1].written;
+}
+
+QString JournalFolder(const QString& dataRoot) {
+    return QDir::cleanPath(QDir::current().absoluteFilePath(ToLinuxSeparators(dataRoot) +
+                                                            QStringLiteral("/data/.journal")));
+}
+
+QString RecoveredFolder(const QString& dataRoot) {
+    return QDir::cleanPath(QDir::current().absoluteFilePath(ToLinuxSeparators(dataRoot) +
+                                                            QStringLiteral("/data/recovered")));
+}
+
+QByteArray JournalLine(const QStringList& fields) {
+    QStringList escaped;
+    escaped.reserve(fields.size());
+    for (const QString& field : fields)
+        escaped << Escape(field);
+    QByteArray line = escaped.join(QLatin1Char('\t')).toUtf8();
+    const QString check = CheckField(line);
+    line += '\t';
+    line += check.toLatin1();
+    line += '\n';
+    return line;
+}
+
+std::optional<JournalContents> ReadJournal(const QString& path, QString* problem) {
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        if (problem)
+            *problem = file.errorString();
+        return std::nullopt;
+    }
+    const QByteArray bytes = file.readAll();
+    JournalContents contents;
+    qsizetype start = 0;
+    bool header = true;
+    while (start < bytes.size()) {
+        const qsizetype end = bytes.indexOf('\n', start);
+        if (end < 0) {
+            // Cut off while it was being written: the store it held never finished.
+            ++contents.ignoredLines;
+            break;
+        }
+        const auto fields = CheckedFields(QByteArrayView(bytes).sliced(start, end - start));
+        start = end + 1;
+        if (header) {
+            if (!fields || !ReadHeader(*fields, contents)) {
+                if (problem)
+                    *problem = QStringLiteral("it is not a journal of a run that Corvane can read");
+                return std::nullopt;
+            }
+            header = false;
+            continue;
+        }
+        if (!fields || fields->isEmpty() || !ReadLine(*fields, contents))
+            ++contents.ignoredLines;
+    }
+    if (header) {
+        if (problem)
+            *problem = QStringLiteral("it is empty");
+        return std::nullopt;
+    }
+    return contents;
+}
+
+RecordFiles RecordFilesOf(const RunState& state, RecordKind kind, const QString& machineCode) {
+    const QDir folder(DataFolder(state, kind == RecordKind::ByQuestionnaire
+                                            ? QStringLiteral("byquestionnaire")
+                                            : QStringLiteral("byvariablename")));
+    const QString base = state.ExperimentFileName + FileNameCode(machineCode);
+    return {folder.filePath(base + QStringLiteral(".txt")),
+            folder.filePath(base + QStringLiteral(".csv"))};
+}
+
+RunJournal::RunJournal(RunState& state, QString path, int fd)
+    : m_state(state), m_path(std::move(path)), m_fd(fd) {}
+
+RunJournal::~RunJournal() {
+    Close();
+}
+
+void RunJournal::Close() {
+    if (m_connected) {
+        m_state.ResponseStored = m_previousHook;
+        m_connected = false;
+    }
+    if (m_fd >= 0) {
+        ::close(m_fd); // the lock goes with it
+        m_fd = -1;
+    }
+}
+
+std::unique_ptr<RunJournal> RunJournal::Begin(RunState& state, const DataOutputSettings& settings) {
+    const QString folder = JournalFolder(state.DataRoot);
+    const QDateTime now = QDateTime::currentDateTime();
+    const QString base = SafeName(WithoutExtension(state.ExperimentFileName)) + QLatin1Char('-') +
+                         SafeName(state.SubjectID) + QLatin1Char('-') +
+                         now.toString(QStringLiteral("yyyyMMdd-hhmmss-zzz"));
+    QString reason;
+    QString path;
+    int fd = -1;
+    if (!QDir().mkpath(folder)) {
+        reason = QStringLiteral("the folder can not be made");
+    } else {
+        for (int n = 1; n <= 100 && fd < 0; ++n) {
+            path = QDir(folder).filePath(
+                base + (n == 1 ? QString() : QLatin1Char('-') + QString::number(n)) + kExtension);
+            fd = ::open(NativePath(path).constData(),
+                        O_WRONLY | O_CREAT | O_EXCL | O_APPEND | O_CLOEXEC, 0644);
+            if (fd < 0 && errno != EEXIST) {
+                reason = SystemReason(errno);
+                break;
+            }
+        }
+        if (fd < 0 && reason.isEmpty())
+            reason = SystemReason(EEXIST);
+    }
+    std::unique_ptr<RunJournal> journal;
+    if (fd >= 0) {
+        // Held while the run lives, so that no other start takes it for a run that did not end.
+        ::flock(fd, LOCK_EX | LOCK_NB);
+        journal.reset(new RunJournal(state, path, fd));
+        QStringList header{kMagic,
+                           kVersion,
+                           QStringLiteral("experiment=") + state.ExperimentFile,
+                           QStringLiteral("file=") + state.ExperimentFileName,
+                           QStringLiteral("folder=") + state.ExperimentFolder,
+                           QStringLiteral("dataroot=") + state.DataRoot,
+                           QStringLiteral("subject=") + state.SubjectID,
+                           QStringLiteral("condition=") + state.ConditionID,
+                           QStringLiteral("started=") + now.toString(Qt::ISODateWithMs),
+                           QStringLiteral("date=") + settings.date,
+                           QStringLiteral("time=") + settings.time,
+                           QStringLiteral("machinecode=") + settings.machineCode,
+                           QStringLiteral("inifile=") + settings.inifile,
+                           QStringLiteral("questionnaires=") +
+                               QString::number(state.NumQuestionnaires)};
+        QByteArray bytes = JournalLine(header);
+        for (int q = 1; q <= state.NumQuestionnaires; ++q)
+            bytes += JournalLine(
+                {QStringLiteral("Q"), QString::number(q), state.QuestionnaireNames.value(q)});
+        if (const int error = WriteAll(fd, bytes)) {
+            reason = SystemReason(error);
+            journal.reset();
+            ::unlink(NativePath(path).constData());
+        } else {
+            SyncFolder(folder);
+            SyncFolder(QFileInfo(folder).path());
+        }
+    }
+    if (!journal) {
+        state.Boxes().Show(MessageBox{
+            state.MessageTitle(),
+            QStringLiteral("Corvane can not keep a journal of this run in '") + folder +
+                QStringLiteral("' (") + reason +
+                QStringLiteral("). The run goes on, but if it is cut short its responses are "
+                               "lost."),
+            BoxIcon::Warning});
+        return nullptr;
+    }
+    RunJournal* self = journal.get();
+    self->m_previousHook = state.ResponseStored;
+    state.ResponseStored = [self](const StoredResponse& stored) { self->Store(stored); };
+    self->m_connected = true;
+    return journal;
+}
+
+std::unique_ptr<RunJournal> RunJournal::Reopen(RunState& state, const QString& path,
+                                               QString* problem) {
+    const int fd = ::open(NativePath(path).constData(), O_RDWR | O_APPEND | O_CLOEXEC);
+    if (fd < 0) {
+        if (problem)
+            *problem = SystemReason(errno);
+        return nullptr;
+    }
+    if (::flock(fd, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
+        ::close(fd);
+        if (problem)
+            *problem = QStringLiteral("another Corvane is using it");
+        return nullptr;
+    }
+    // A line cut off by the end of the run goes, so that what is added starts a line of its own.
+    QFile file(path);
+    if (file.open(QIODevice::ReadOnly)) {
+        const QByteArray bytes = file.readAll();
+        const qsizetype complete = bytes.lastIndexOf('\n') + 1;
+        if (complete < bytes.size() && ::ftruncate(fd, complete) != 0) {
+            if (problem)
+                *problem = SystemReason(errno);
+            ::close(fd);
+            return nullptr;
+        }
+    }
+    return std::unique_ptr<RunJournal>(new RunJournal(state, path, fd));
+}
+
+bool RunJournal::Append(const QStringList& fields) {
+    if (m_fd < 0)
+        return false;
+    const off_t before = ::lseek(m_fd, 0, SEEK_END);
+    const int error = WriteAll(m_fd, JournalLine(fields));
+    if (error == 0)
+        return true;
+    // Half a line would spoil the next one: the file goes back to where it was.
+    if (before >= 0 && ::ftruncate(m_fd, before) != 0) {
+        // The next line joins what is left of this one, and a reader passes over both.
+    }
+    if (!m_failed) {
+        m_failed = true;
+        m_state.Boxes().Show(MessageBox{
+            m_state.MessageTitle(),
+            QStringLiteral("Corvane could not add to the journal of this run, '") + m_path +
+                QStringLiteral("' (") + SystemReason(error) +
+                QStringLiteral("). The responses are still written to the data files at the end "
+                               "of the run, but if the run is cut short, those not in the "
+                               "journal are lost."),
+            BoxIcon::Warning});
+    }
+    return false;
+}
+
+void RunJournal::Store(const StoredResponse& stored) {
+    QString name;
+    qint16 type = 0;
+    try {
+        const VariableColumn column = m_state.Variables.Column(stored.q, stored.i, stored.k);
+        name = column.name;
+        type = column.type;
+    } catch (const CorvaneError&) {
+        // A place outside the tables: the store itself has failed already.
+    }
+    const QString q = QString::number(stored.q);
+    const QString i = QString::number(stored.i);
+    const QString k = QString::number(stored.k);
+    if (stored.value)
+        Append({QStringLiteral("R"), q, i, k, name, QString::number(type), *stored.value});
+    if (stored.time)
+        Append({QStringLiteral("T"), q, i, k, name, QString::number(*stored.time)});
+    if (m_previousHook)
+        m_previousHook(stored);
+}
+
+void RunJournal::NoteWriting(RecordKind kind, const QString& machineCode) {
+    const RecordFiles files = RecordFilesOf(m_state, kind, machineCode);
+    Append({QStringLiteral("P"), RecordKindWord(kind), QString::number(QFileInfo(files.txt).size()),
+            QString::number(QFileInfo(files.csv).size())});
+}
+
+void RunJournal::NoteWritten(RecordKind kind, bool written) {
+    m_outcome[std::size_t(kind)] = written ? 1 : 0;
+    Append({QStringLiteral("W"), RecordKindWord(kind), QLatin1String(written ? "1" : "0")});
+}
+
+bool RunJournal::WriteRecord(RecordKind kind, const QString& machineCode,
+                             const std::function<bool()>& writer) {
+    NoteWriting(kind, machineCode);
+    const bool written = writer();
+    NoteWritten(kind, written);
+    return written;
+}
+
+bool RunJournal::Finish() {
+    if (m_outcome[0] == 1 && m_outcome[1] == 1) {
+        Close();
+        const QString folder = QFileInfo(m_path).path();
+        if (!QFile::remove(m_path))
+            return false; // its lines say that both records are written: no one offers it again
+        SyncFolder(folder);
+        QDir().rmdir(folder); // only when no other journal is there
+        return true;
+    }
+    Append({QStringLiteral("E")});
+    auto outcome = [this](RecordKind kind) {
+        return m_outcome[std::size_t(kind)] == 1 ? QStringLiteral("written")
+                                                 : QStringLiteral("not written");
+    };
+    m_state.Boxes().Show(MessageBox{
+        m_state.MessageTitle(),
+        QStringLiteral("The record of participant ") + m_state.SubjectID +
+            QStringLiteral(" could not be written to every data file (by questionnaire: ") +
+            outcome(RecordKind::ByQuestionnaire) + QStringLiteral("; by variable name: ") +
+            outcome(RecordKind::ByVariable) + QStringLiteral("). Its responses are kept in '") +
+            m_path +
+            QStringLiteral("', and Corvane offers to write what is missing when this experiment "
+                           "is next opened."),
+        BoxIcon::Warning});
+    Close();
+    return false;
+}
+
+bool RunJournal::MoveTo(const QString& folder, QString* movedTo) {
+    Close();
+    if (!QDir().mkpath(folder))
+        return false;
+    const QFileInfo info(m_path);
+    const QString base = info.completeBaseName();
+    QString target = QDir(folder).filePath(info.fileName());
+    for (int n = 2; QFileInfo::exists(target) && n < 1000; ++n)
+        target = QDir(folder).filePath(base + QLatin1Char('-') + QString::number(n) + kExtension);
+    if (::rename(NativePath(m_path).constData(), NativePath(target).constData()) != 0)
+        return false;
+    SyncFolder(folder);
+    SyncFolder(info.path());
+    QDir().rmdir(info.path()); // only when no other journal is there
+    m_path = target;
+    if (movedTo)
+        *movedTo = target;
+    return true;
+}
+
+} // namespace corvane

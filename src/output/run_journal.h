@@ -1,0 +1,161 @@
+// The journal of a run: every response and reaction time is appended to a file in the data
+// folder as it is stored, and put on the disk before the next item is shown, so that a run cut
+// short by a crash, a kill or a power failure can still have its record written. A run that ends
+// normally writes its records and removes its journal.
+//
+// The journal is a text file of lines, each ended by a line feed, in UTF-8. Fields are separated
+// by tabs; backslash, tab, line feed and carriage return inside a field are written as \\, \t,
+// \n and \r. Every line ends with a field of four hexadecimal digits, the CRC-16 of the line up
+// to the tab before it, so that a line cut off or damaged on the disk is known and passed over.
+//
+//   CORVANE-JOURNAL 1 experiment=... file=... folder=... dataroot=... subject=... condition=...
+//                     started=... date=... time=... machinecode=... inifile=... questionnaires=N
+//   Q q name                          a questionnaire of the experiment, in the tables' order
+//   R q i k name type value           a response stored at (q, i, k); type 0 number, 1 text
+//   T q i k name ms                   a reaction time stored at (q, i, k)
+//   P kind txtsize csvsize            a record is about to be appended to the kind's files,
+//                                     which held so many bytes
+//   W kind 1|0                        the record reached its files, or it failed
+//   E                                 the run came to its end
+//
+// kind is "byquestionnaire" or "byvariablename". The first line is the header; the others come
+// in the order of events, and a later store at the same place replaces an earlier one.
+#pragma once
+
+#include "output/data_output.h"
+
+#include <QString>
+#include <QStringList>
+#include <array>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace corvane {
+
+class RunState;
+struct StoredResponse;
+
+/// The two organisations of a run's record.
+enum class RecordKind { ByQuestionnaire = 0, ByVariable = 1 };
+
+/// The word that journals and folders use for a kind.
+QString RecordKindWord(RecordKind kind);
+
+/// One store as the journal holds it.
+struct JournalEntry {
+    int q = 0;
+    int i = 0;
+    int k = 0;
+    QString name;      // the variable's name when it was stored
+    bool time = false; // a reaction time, else a response
+    QString value;     // the response
+    qint16 type = 0;   // the column's type when the response was stored (0 number, 1 text)
+    qint32 ms = 0;     // the reaction time
+};
+
+/// What the journal says about the writing of one kind of record.
+struct JournalWriting {
+    bool noted = false; // a P line: the writer was about to run
+    qint64 txtSize = 0; // the sizes of the files before it ran
+    qint64 csvSize = 0;
+    bool written = false; // a W line with 1
+    bool failed = false;  // a W line with 0
+};
+
+/// A journal read back.
+struct JournalContents {
+    QString experimentFile;     // full path, as the records name it
+    QString experimentFileName; // the file name with its extension, as the run opened it
+    QString experimentFolder;
+    QString dataRoot;
+    QString subject;
+    QString condition;
+    QString started;             // date and time of the start, ISO 8601
+    DataOutputSettings settings; // machine code, preference file, date and time of the start
+    QStringList questionnaires;  // from 1; element 0 unused
+    std::vector<JournalEntry> entries;
+    std::array<JournalWriting, 2> writing; // by RecordKind
+    bool ended = false;
+    /// Lines passed over: cut off at the end or damaged. The header is never among them.
+    int ignoredLines = 0;
+
+    int ResponseCount() const;
+    int TimeCount() const;
+    /// True when both kinds of record are in their files.
+    bool AllWritten() const;
+};
+
+/// DataRoot/data/.journal, where the journals of runs under way are kept.
+QString JournalFolder(const QString& dataRoot);
+/// DataRoot/data/recovered, where journals go once their run's records have been written.
+QString RecoveredFolder(const QString& dataRoot);
+
+/// Reads a journal. No value, with the reason, when it can't be opened or its header can't be
+/// read; damaged lines after the header are counted and passed over.
+std::optional<JournalContents> ReadJournal(const QString& path, QString* problem = nullptr);
+
+/// The .txt and .csv files that a writer of `kind` appends to for the run in `state`, whose
+/// `ExperimentFileName` is as the run driver hands it to the writers (no extension, no blanks).
+struct RecordFiles {
+    QString txt;
+    QString csv;
+};
+RecordFiles RecordFilesOf(const RunState& state, RecordKind kind, const QString& machineCode);
+
+/// The open journal of one run. While it lives, it is told of every store of the run state
+/// (through `ResponseStored`, after whatever was connected there before) and holds a lock on
+/// its file, so that no one takes the run for one that did not end.
+class RunJournal {
+public:
+    /// Starts the journal of the run loaded in `state` (identity, data root, questionnaires),
+    /// with the settings that the records will take. Null, after telling the operator, when
+    /// it can't be made; the run then goes on without one.
+    static std::unique_ptr<RunJournal> Begin(RunState& state, const DataOutputSettings& settings);
+    /// Opens the journal of a run that did not end, to note the writing of its records; it is
+    /// not connected to the run state. Null, with the reason, when it can't be opened or another
+    /// Corvane holds it.
+    static std::unique_ptr<RunJournal> Reopen(RunState& state, const QString& path,
+                                              QString* problem);
+    /// Closes the file and gives the run state's hook back; the journal stays on the disk.
+    ~RunJournal();
+    RunJournal(const RunJournal&) = delete;
+    RunJournal& operator=(const RunJournal&) = delete;
+
+    const QString& Path() const { return m_path; }
+
+    /// Runs a writer of `kind`, noting the sizes of its files before and its outcome after.
+    bool WriteRecord(RecordKind kind, const QString& machineCode,
+                     const std::function<bool()>& writer);
+    void NoteWriting(RecordKind kind, const QString& machineCode);
+    void NoteWritten(RecordKind kind, bool written);
+
+    /// The end of the run: when both records reached their files the journal is removed;
+    /// otherwise it is kept, the operator told, and Corvane offers it at its next start.
+    /// True when it was removed.
+    bool Finish();
+    /// Moves the journal into `folder`, under its own name or a free one beside it; the
+    /// journal is closed. True when moved; `movedTo` names where it is now.
+    bool MoveTo(const QString& folder, QString* movedTo);
+
+private:
+    RunJournal(RunState& state, QString path, int fd);
+    void Store(const StoredResponse& stored);
+    /// Appends one line and puts it on the disk. False after telling the operator once.
+    bool Append(const QStringList& fields);
+    void Close();
+
+    RunState& m_state;
+    QString m_path;
+    int m_fd = -1;
+    bool m_connected = false;
+    bool m_failed = false;
+    std::array<int, 2> m_outcome{-1, -1}; // by RecordKind: -1 not run, 0 failed, 1 written
+    std::function<void(const StoredResponse&)> m_previousHook;
+};
+
+/// The line of a journal for these fields, with its check field and line feed.
+QByteArray JournalLine(const QStringList& fields);
+
+} // namespace corvane

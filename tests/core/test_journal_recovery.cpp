@@ -1,0 +1,414 @@
+// Recovery of runs that did not end: the journal's stores replayed into the tables of the
+// experiment read again, the records written as the run would have written them (the same golden
+// files as a normal end), a changed experiment refused, a record that reached its files before
+// the kill not written twice, and the operator's yes/no question.
+#include "definition_fixtures.h"
+#include "definitions/experiment_loader.h"
+#include "output/data_by_questionnaire.h"
+#include "output/data_by_variable.h"
+#include "output/questionnaire_syntax.h"
+#include "output/recovery.h"
+#include "output/run_journal.h"
+#include "recording_boxes.h"
+#include "state/run_state.h"
+
+#include <QtTest>
+
+using namespace corvane;
+using namespace corvane::test;
+
+namespace {
+
+const QString kExperimentHeader =
+    "Condition,position,file,Backimage,Backvideo,backsound,WGR,BGR,Parameters\n";
+const QString kItemsHeader =
+    "questionnumber,QuestionType,VariableName,Parameters,WriteData,WriteRT,WriteText\n";
+
+QByteArray ReadAll(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+DataOutputSettings Settings(const QString& time) {
+    return DataOutputSettings{QString(), "default.cvp", "03/02/2024", time};
+}
+
+void Answer(RunState& state, int q, int i, int k, const QString& value, qint32 ms) {
+    state.StoreResponse(q, i, k, value);
+    state.StoreResponseTime(q, i, k, ms);
+}
+
+// The two runs whose records are the golden files of the data writers.
+void AnswerFirstRun(RunState& state) {
+    Answer(state, 1, 1, 1, "4", 1234);
+    Answer(state, 1, 2, 1, "O'Brien, Pat", 0);
+    Answer(state, 1, 3, 1, "dog", 500);
+    Answer(state, 1, 3, 2, "it's, well", 650);
+    Answer(state, 1, 3, 3, " padded ", 0);
+    Answer(state, 1, 3, 10, "last", 4321);
+    Answer(state, 1, 4, 1, "", 800);
+    Answer(state, 1, 5, 1, "Fine, thanks", 9000);
+    Answer(state, 1, 6, 1, "7", 333);
+}
+
+void AnswerSecondRun(RunState& state) {
+    Answer(state, 2, 1, 1, "2", 2100);
+    Answer(state, 2, 2, 1, "1", 300);
+    Answer(state, 2, 2, 2, " 2 ", 0);
+    Answer(state, 2, 2, 3, "", 450);
+    Answer(state, 2, 3, 1, "twenty", 1500);
+    Answer(state, 2, 4, 1, " sea green ", 0);
+    Answer(state, 2, 5, 1, "", 600);
+    Answer(state, 1, 1, 1, "", 800);
+    Answer(state, 1, 2, 1, "Zoë", 0);
+    Answer(state, 1, 3, 1, "cat", 400);
+    Answer(state, 1, 6, 1, "5", 0);
+}
+
+// Boxes answered No.
+class NoBoxes : public MessageBoxes {
+public:
+    explicit NoBoxes(QList<MessageBox>* shown) : m_shown(shown) {}
+    BoxAnswer Show(const MessageBox& box) override {
+        m_shown->append(box);
+        return box.buttons == BoxButtons::YesNo ? BoxAnswer::No : box.defaultAnswer;
+    }
+    std::optional<QString> Input(const QString&, const QString&, const QString&) override {
+        return std::nullopt;
+    }
+
+private:
+    QList<MessageBox>* m_shown;
+};
+
+} // namespace
+
+class TestJournalRecovery : public QObject {
+    Q_OBJECT
+
+    std::unique_ptr<QTemporaryDir> m_dir;
+    QList<MessageBox> m_boxes;
+    std::unique_ptr<RunState> m_launcher;
+
+    QString Root() const { return m_dir->path(); }
+    QString Path(const QString& relative) const { return QDir(Root()).filePath(relative); }
+
+    void MakeStudy() {
+        MakeDefinition(Root(), "alpha.que",
+                       kItemsHeader + "1,Scale Response,mood,,1,0,0\n"
+                                      "2,Fill-in-the-Blank,name,,1,0,1\n"
+                                      "3,Thought Listing,tlist,(n10),1,1,1\n"
+                                      "4,Instructions,intro,,0,0,0\n"
+                                      "5,Essay,comment,,0,1,1\n"
+                                      "6,Scale Response,feelingscore1,,1,0,0\n");
+        MakeDefinition(Root(), "beta.que",
+                       kItemsHeader + "1,Scale Response,mood,,1,1,0\n"
+                                      "2,Multiple Response,pick,(p3),1,1,0\n"
+                                      "3,Fill-in-the-Blank,Age,,1,1,1\n"
+                                      "4,Fill-in-the-Blank,favouritecolour,,1,0,1\n"
+                                      "5,Scale Response,feelingscore2,,1,1,0\n");
+        MakeDefinition(Root(), "study.exp",
+                       kExperimentHeader + "1,1,alpha.que,,,,0,0,\n"
+                                           "2,1,beta.que,,,,0,0,\n"
+                                           "2,2,alpha.que,,,,0,0,\n");
+    }
+
+    // The experiment loaded for a participant as the subject form loads it, syntax and all.
+    std::unique_ptr<RunState> Load(const QString& subject, const QString& condition,
+                                   const DataOutputSettings& settings) {
+        auto state = std::make_unique<RunState>();
+        state->SetBoxes(std::make_unique<RecordingBoxes>(&m_boxes));
+        state->ExperimentFolder = Root();
+        state->ExperimentFile = Path("study.exp");
+        state->ExperimentFileName = "study.exp";
+        state->DataRoot = Root();
+        state->SubjectID = subject;
+        state->ConditionID = condition;
+        QDir::setCurrent(Root());
+        RunState& loaded = *state;
+        ExperimentLoadHooks hooks;
+        hooks.WriteQuestionnaireSyntax = [&loaded, settings] {
+            WriteQuestionnaireSyntax(loaded, settings);
+        };
+        ExperimentNeeds needs;
+        const bool started = ReadExperimentInfo(*state, hooks, needs);
+        [&] { QVERIFY(started); }();
+        return state;
+    }
+
+    // A run that is killed after its answers: its journal is all that is left of it.
+    QString KilledRun(const QString& subject, const QString& condition, const QString& time,
+                      const std::function<void(RunState&)>& answer) {
+        auto state = Load(subject, condition, Settings(time));
+        auto journal = RunJournal::Begin(*state, Settings(time));
+        if (!journal)
+            return QString();
+        answer(*state);
+        return journal->Path();
+    }
+
+    // The run state of the program that finds the journal, a fresh one each time.
+    RunState& Launcher() {
+        m_launcher = std::make_unique<RunState>();
+        m_launcher->SetBoxes(std::make_unique<RecordingBoxes>(&m_boxes));
+        return *m_launcher;
+    }
+
+    static int Count(const QByteArray& text, const QByteArray& what) {
+        return int(text.count(what));
+    }
+
+private slots:
+    void init() {
+        m_dir = std::make_unique<QTemporaryDir>();
+        QVERIFY(m_dir->isValid());
+        m_boxes.clear();
+        MakeStudy();
+    }
+
+    void cleanup() { QDir::setCurrent(QDir::tempPath()); }
+
+    void recoveredRunsLeaveTheGoldenFiles() {
+        const QString first = KilledRun("s1", "1", "09:15:07", AnswerFirstRun);
+        QVERIFY(!first.isEmpty());
+        QCOMPARE(FindUnfinishedRuns(Root()), QStringList{first});
+        QDir::setCurrent(QDir::tempPath());
+        RecoveryResult result = RecoverRun(Launcher(), first);
+        QVERIFY2(result.recovered, qPrintable(result.problem));
+        QCOMPARE(QDir::currentPath(), QDir(QDir::tempPath()).canonicalPath());
+        QCOMPARE(result.responses, 9);
+        QCOMPARE(result.times, 9);
+        QCOMPARE(result.journal, Path("data/recovered/" + QFileInfo(first).fileName()));
+        QVERIFY(QFile::exists(result.journal));
+        QVERIFY(!QFile::exists(first));
+
+        const QString second = KilledRun("s2", "2", "10:01:59", AnswerSecondRun);
+        result = RecoverRun(Launcher(), second);
+        QVERIFY2(result.recovered, qPrintable(result.problem));
+        for (const MessageBox& box : m_boxes)
+            qWarning("box: %s", qPrintable(box.text));
+        QVERIFY(m_boxes.isEmpty());
+
+        const QString golden = QString(CORVANE_FIXTURES) + "/output/golden/";
+        const QStringList files{"byquestionnaire/study.txt", "byquestionnaire/study.csv",
+                                "byquestionnaire/study.sps", "byvariablename/study.txt",
+                                "byvariablename/study.csv",  "byvariablename/study.sps"};
+        for (const QString& file : files) {
+            QByteArray expected = ReadAll(golden + file);
+            QVERIFY2(!expected.isEmpty(), qPrintable(golden + file));
+            expected.replace("{root}", Root().toUtf8());
+            QVERIFY2(ReadAll(Path("data/" + file)) == expected, qPrintable(file));
+        }
+        QVERIFY(FindUnfinishedRuns(Root()).isEmpty());
+        QCOMPARE(QDir(RecoveredFolder(Root())).entryList(QDir::Files).size(), 2);
+    }
+
+    void theReplayFillsTheTablesAsStored() {
+        auto original = Load("s3", "2", Settings("11:00:00"));
+        auto journal = RunJournal::Begin(*original, Settings("11:00:00"));
+        QVERIFY(journal);
+        AnswerSecondRun(*original);
+        Answer(*original, 2, 1, 1, "3", 2500); // answered again after going back
+        // An answer specified in words makes its column text, as the scale item does.
+        VariableColumn column = original->Variables.Column(2, 5, 1);
+        QCOMPARE(column.type, qint16(0));
+        column.type = 1;
+        original->Variables.SetColumn(2, 5, 1, column);
+        Answer(*original, 2, 5, 1, "something else", 640);
+        const QString path = journal->Path();
+        journal.reset();
+
+        auto reloaded = Load("s3", "2", Settings("11:00:00"));
+        const auto contents = ReadJournal(path);
+        QVERIFY(contents);
+        QString problem;
+        QVERIFY2(ReplayJournal(*reloaded, *contents, &problem), qPrintable(problem));
+        int cells = 0;
+        for (int q = 1; q <= original->NumQuestionnaires; ++q) {
+            for (int i = 1; i <= original->Variables.ItemCount(q); ++i) {
+                for (int k = 1; k <= original->Variables.VariableCount(q, i).value_or(0); ++k) {
+                    QCOMPARE(reloaded->Responses().Value(q, i, k),
+                             original->Responses().Value(q, i, k));
+                    QCOMPARE(reloaded->Responses().Time(q, i, k),
+                             original->Responses().Time(q, i, k));
+                    QCOMPARE(reloaded->Variables.Column(q, i, k).type,
+                             original->Variables.Column(q, i, k).type);
+                    ++cells;
+                }
+            }
+        }
+        QVERIFY(cells > 20);
+        QCOMPARE(reloaded->Responses().Value(2, 1, 1), "3");
+        QCOMPARE(reloaded->Responses().Time(2, 1, 1), 2500);
+        QCOMPARE(reloaded->Variables.Column(2, 5, 1).type, qint16(1));
+    }
+
+    void aChangedExperimentIsNotRecovered() {
+        const QString path = KilledRun("s4", "1", "12:00:00", AnswerFirstRun);
+        const QByteArray before = ReadAll(Path("data/byquestionnaire/study.txt"));
+        MakeDefinition(Root(), "alpha.que",
+                       kItemsHeader + "1,Scale Response,mood,,1,0,0\n"
+                                      "2,Fill-in-the-Blank,surname,,1,0,1\n");
+        const RecoveryResult result = RecoverRun(Launcher(), path);
+        QVERIFY(!result.recovered);
+        QVERIFY2(result.problem.startsWith("the experiment has changed since the run"),
+                 qPrintable(result.problem));
+        QVERIFY(QFile::exists(path));
+        QCOMPARE(ReadAll(Path("data/byquestionnaire/study.txt")), before);
+        QCOMPARE(FindUnfinishedRuns(Root()), QStringList{path});
+
+        QFile::remove(Path("study.exp"));
+        const RecoveryResult gone = RecoverRun(Launcher(), path);
+        QVERIFY(!gone.recovered);
+        QVERIFY2(gone.problem.contains("is no longer there"), qPrintable(gone.problem));
+    }
+
+    void aRecordThatReachedItsFilesBeforeTheKillIsNotWrittenAgain() {
+        QString path;
+        {
+            auto state = Load("s5", "1", Settings("13:00:00"));
+            auto journal = RunJournal::Begin(*state, Settings("13:00:00"));
+            QVERIFY(journal);
+            path = journal->Path();
+            AnswerFirstRun(*state);
+            state->ExperimentFileName = "study";
+            // The record by questionnaire is written, and the run is killed before the journal
+            // hears of it.
+            journal->NoteWriting(RecordKind::ByQuestionnaire, QString());
+            QVERIFY(WriteDataByQuestionnaire(*state, Settings("13:00:05")));
+        }
+        const RecoveryResult result = RecoverRun(Launcher(), path);
+        QVERIFY2(result.recovered, qPrintable(result.problem));
+        QVERIFY(result.note.isEmpty());
+        const QByteArray byQuestionnaire = ReadAll(Path("data/byquestionnaire/study.txt"));
+        QCOMPARE(Count(byQuestionnaire, "'s5','1','"), 1);
+        QVERIFY(byQuestionnaire.contains("','13:00:05'\r\n")); // the run's own, kept
+        QCOMPARE(Count(ReadAll(Path("data/byquestionnaire/study.csv")), "\r\ns5,1,"), 1);
+        const QByteArray byVariable = ReadAll(Path("data/byvariablename/study.txt"));
+        QCOMPARE(Count(byVariable, "'s5','1','"), 1);
+        QVERIFY(byVariable.contains("','13:00:00'\r\n")); // written now, with the journal's time
+    }
+
+    void aRecordCutShortOfItsSecondFileIsNamed() {
+        QString path;
+        {
+            auto state = Load("s6", "1", Settings("13:30:00"));
+            auto journal = RunJournal::Begin(*state, Settings("13:30:00"));
+            QVERIFY(journal);
+            path = journal->Path();
+            AnswerFirstRun(*state);
+            state->ExperimentFileName = "study";
+            journal->NoteWriting(RecordKind::ByQuestionnaire, QString());
+            // Killed between the .txt and the .csv: the .txt has the record.
+            QFile txt(Path("data/byquestionnaire/study.txt"));
+            QVERIFY(txt.open(QIODevice::Append));
+            txt.write("'s6','1','" + Path("study.exp").toUtf8() +
+                      "','default.cvp','03/02/2024','13:30:01'\r\n'alpha'\r\n");
+        }
+        const RecoveryResult result = RecoverRun(Launcher(), path);
+        QVERIFY2(result.recovered, qPrintable(result.problem));
+        QVERIFY2(result.note.contains("had reached '" + Path("data/byquestionnaire/study.txt") +
+                                      "' but not '" + Path("data/byquestionnaire/study.csv")),
+                 qPrintable(result.note));
+        QCOMPARE(Count(ReadAll(Path("data/byquestionnaire/study.txt")), "'s6','1','"), 1);
+        QCOMPARE(Count(ReadAll(Path("data/byvariablename/study.txt")), "'s6','1','"), 1);
+    }
+
+    void onlyTheRecordThatFailedIsWrittenLater() {
+        QString path;
+        {
+            auto state = Load("s7", "1", Settings("14:00:00"));
+            auto journal = RunJournal::Begin(*state, Settings("14:00:00"));
+            QVERIFY(journal);
+            path = journal->Path();
+            AnswerFirstRun(*state);
+            state->ExperimentFileName = "study";
+            journal->WriteRecord(RecordKind::ByQuestionnaire, QString(), [&] {
+                return WriteDataByQuestionnaire(*state, Settings("14:00:09"));
+            });
+            journal->WriteRecord(RecordKind::ByVariable, QString(), [] { return false; });
+            QVERIFY(!journal->Finish());
+        }
+        m_boxes.clear();
+        QCOMPARE(FindUnfinishedRuns(Root()), QStringList{path});
+        QVERIFY(OfferRecovery(Launcher(), path));
+        QCOMPARE(m_boxes.size(), 2);
+        QVERIFY(m_boxes[0].text.startsWith("Corvane found the responses of a run whose record "
+                                           "could not be written to every data file: "));
+        QCOMPARE(Count(ReadAll(Path("data/byquestionnaire/study.txt")), "'s7','1','"), 1);
+        QCOMPARE(Count(ReadAll(Path("data/byvariablename/study.txt")), "'s7','1','"), 1);
+        QVERIFY(FindUnfinishedRuns(Root()).isEmpty());
+    }
+
+    void theOperatorIsAskedYesOrNoWithYesByDefault() {
+        const QString path = KilledRun("s8", "2", "15:00:00", AnswerSecondRun);
+        RunState launcher;
+        launcher.SetBoxes(std::make_unique<NoBoxes>(&m_boxes));
+        QVERIFY(!OfferRecovery(launcher, path));
+        QCOMPARE(m_boxes.size(), 1);
+        const MessageBox& question = m_boxes[0];
+        QCOMPARE(question.title, "Corvane");
+        QCOMPARE(question.buttons, BoxButtons::YesNo);
+        QCOMPARE(question.defaultAnswer, BoxAnswer::Yes);
+        QCOMPARE(question.icon, BoxIcon::Question);
+        QCOMPARE(question.text,
+                 "Corvane found the responses of a run that did not end: participant s8, "
+                 "condition 2, experiment 'study.exp', started 03/02/2024 at 15:00:00, 11 "
+                 "responses stored. Write this participant's record to the data files with what "
+                 "was collected? Anything not answered is written as 99. (No keeps the "
+                 "responses, and Corvane asks again next time.)");
+        // No: nothing written, the journal stays where it was.
+        QVERIFY(!QFile::exists(Path("data/byquestionnaire/study.txt")));
+        QCOMPARE(FindUnfinishedRuns(Root()), QStringList{path});
+
+        m_boxes.clear();
+        RunState& yes = Launcher();
+        // The experiment as the program opened it.
+        yes.ExperimentFile = Path("study.exp");
+        yes.ExperimentFileName = "study.exp";
+        yes.ExperimentFolder = Root();
+        QCOMPARE(OfferRecoveries(yes, QString()), 1);
+        QCOMPARE(m_boxes.size(), 2);
+        QCOMPARE(m_boxes[1].icon, BoxIcon::Information);
+        QVERIFY2(m_boxes[1].text.startsWith("The record of participant s8 has been written to "
+                                            "the data files. The journal of the run is kept in '" +
+                                            RecoveredFolder(Root())),
+                 qPrintable(m_boxes[1].text));
+        QVERIFY(ReadAll(Path("data/byquestionnaire/study.txt")).startsWith("'s8','2','"));
+    }
+
+    void aRunKilledBeforeItsFirstAnswerGivesMissingValues() {
+        const QString path = KilledRun("s9", "1", "16:00:00", [](RunState&) {});
+        const RecoveryResult result = RecoverRun(Launcher(), path);
+        QVERIFY2(result.recovered, qPrintable(result.problem));
+        QCOMPARE(result.responses, 0);
+        const QList<QByteArray> lines = ReadAll(Path("data/byquestionnaire/study.txt")).split('\n');
+        QCOMPARE(lines.value(0), "'s9','1','" + Path("study.exp").toUtf8() +
+                                     "','default.cvp','03/02/2024','16:00:00'\r");
+        QCOMPARE(lines.value(1), "'alpha'\r");
+        // Every response of alpha is missing.
+        const QList<QByteArray> fields = lines.value(2).chopped(1).split(',');
+        QCOMPARE(fields.size(), 13); // mood, name, tlist_01 to tlist_10, feelingscore1
+        for (const QByteArray& field : fields)
+            QVERIFY2(field == "99" || field == "'99'", lines.value(2).constData());
+    }
+
+    void aFailureToReadTheExperimentIsSaid() {
+        const QString path = KilledRun("s10", "2", "17:00:00", AnswerSecondRun);
+        MakeDefinition(Root(), "study.exp", kExperimentHeader + "1,1,alpha.que,,,,0,0,\n");
+        m_boxes.clear();
+        QVERIFY(!OfferRecovery(Launcher(), path));
+        QCOMPARE(m_boxes.size(), 2);
+        QCOMPARE(m_boxes[1].icon, BoxIcon::Warning);
+        QVERIFY2(m_boxes[1].text.startsWith(
+                     "The record of participant s10 could not be written: the experiment can "
+                     "not be read again: There does not appear to be a condition '2' in this "
+                     "experiment. The journal stays in '" +
+                     path + "'"),
+                 qPrintable(m_boxes[1].text));
+        QCOMPARE(FindUnfinishedRuns(Root()), QStringList{path});
+    }
+};
+
+QTEST_GUILESS_MAIN(TestJournalRecovery)
+#include "test_journal_recovery.moc"

@@ -1,0 +1,555 @@
+// The launcher driven in-process on the offscreen platform: its menus, the list of recent
+// experiments, the settings it keeps, and a run started from its menus. Files are chosen and
+// the desktop is reached through test seams; boxes are recorded.
+#include "definition_fixtures.h"
+#include "engine/fCodes.h"
+#include "engine/run_session.h"
+#include "launcher/desktop.h"
+#include "launcher/fBlue.h"
+#include "launcher/file_dialogs.h"
+#include "launcher/recent_experiments.h"
+#include "preferences/preferences.h"
+#include "recording_boxes.h"
+#include "state/program_folder.h"
+#include "state/run_state.h"
+#include "state/settings_store.h"
+
+#include <QApplication>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
+#include <QMenuBar>
+#include <QProcess>
+#include <QSettings>
+#include <QSignalSpy>
+#include <QStatusBar>
+#include <QTest>
+
+using namespace corvane;
+using namespace corvane::test;
+
+namespace {
+
+class AnsweringDialogs : public FileDialogs {
+public:
+    QString GetOpenFileName(QWidget*, const FileRequest& request) override {
+        asked << request;
+        return answers.isEmpty() ? QString() : answers.takeFirst();
+    }
+    QStringList answers;
+    QList<FileRequest> asked;
+};
+
+class WatchedDesktop : public Desktop {
+public:
+    bool OpenUrl(const QUrl& url) override {
+        opened << url;
+        return true;
+    }
+    bool StartProgram(const QString& program, const QStringList&, const QString&) override {
+        started << program;
+        return true;
+    }
+    bool SlideShowRunning() override { return slideShow; }
+    void SetQuickestKeyRepeat() override { ++repeatSet; }
+
+    QList<QUrl> opened;
+    QStringList started;
+    bool slideShow = false;
+    int repeatSet = 0;
+};
+
+QStringList Captions(const QMenu* menu) {
+    QStringList captions;
+    for (const QAction* action : menu->actions())
+        captions << (action->isSeparator() ? QStringLiteral("-") : action->text());
+    return captions;
+}
+
+QStringList FileLines(const QString& path) {
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    QStringList lines = QString::fromLocal8Bit(file.readAll()).split(QStringLiteral("\r\n"));
+    if (!lines.isEmpty() && lines.last().isEmpty())
+        lines.removeLast();
+    return lines;
+}
+
+fCodes* VisibleSubjectForm() {
+    for (QWidget* window : QApplication::topLevelWidgets()) {
+        if (window->objectName() == QLatin1String("fCodes") && window->isVisible())
+            return qobject_cast<fCodes*>(window);
+    }
+    return nullptr;
+}
+
+void CloseSubjectForm() {
+    if (fCodes* codes = VisibleSubjectForm())
+        codes->close();
+}
+
+} // namespace
+
+class TestLauncher : public QObject {
+    Q_OBJECT
+
+private slots:
+    void init() {
+        m_dir = std::make_unique<QTemporaryDir>();
+        QVERIFY(m_dir->isValid());
+        ProgramFolder::SetPath(m_dir->filePath("program"));
+        QString problem;
+        QVERIFY2(ProgramFolder::Seed(&problem), qPrintable(problem));
+        QDir().mkpath(m_dir->filePath("program/ini"));
+        QSettings(QSettings::IniFormat, QSettings::UserScope, "Corvane", "Corvane").clear();
+        QDir::setCurrent(m_dir->path());
+        m_boxes.clear();
+        m_state = std::make_unique<RunState>();
+        m_state->SetBoxes(std::make_unique<RecordingBoxes>(&m_boxes));
+        m_preferences = std::make_unique<Preferences>();
+        m_dialogs = AnsweringDialogs();
+        m_desktop = WatchedDesktop();
+    }
+
+    void cleanup() {
+        CloseSubjectForm();
+        m_launcher.reset();
+        m_state.reset();
+        QDir::setCurrent(QDir::tempPath());
+        m_dir.reset();
+    }
+
+    void theMenusHaveTheirCaptionsInOrder() {
+        fBlue& launcher = Start();
+        QStringList top;
+        for (const QAction* action : launcher.menuBar()->actions())
+            top << action->text();
+        QCOMPARE(top, QStringList({"&Run", "&Data", "&Preferences", "&Help"}));
+
+        QStringList run{"Run an experiment",
+                        "&Select and run an experiment",
+                        "Select and run a single &questionnaire",
+                        "&Run last selection again",
+                        "-",
+                        "Run a recent selection again:"};
+        for (int n = 1; n <= 10; ++n)
+            run << "mRunAgain";
+        run << "-"
+            << "E&xit Corvane";
+        QCOMPARE(Captions(Menu("mRun")), run);
+        QCOMPARE(Captions(Menu("mEdit")),
+                 QStringList({"Editing", "View Data", "View SPSS input file", "Merge Data Files",
+                              "Launch &Explorer"}));
+        QStringList options{
+            "&QuickStyles",        "Edit Preferences", "Load Other Preferences File",
+            "Mute Corvane Sounds", "Character Set",    "Load:",
+            "default.cvp"};
+        for (int n = 1; n <= 10; ++n)
+            options << QString();
+        options << "&Experiment Editor";
+        QCOMPARE(Captions(Menu("mOptions")), options);
+        QCOMPARE(Captions(Menu("mCharacterSet")),
+                 QStringList({"Default", "Chinese", "Greek", "Turkish", "Vietnamese", "Hebrew",
+                              "Arabic", "Baltic", "Russian", "Thai", "Eastern European"}));
+        QCOMPARE(Captions(Menu("mHelp")),
+                 QStringList({"&Help Topics", "On-Line &Tutorial", "&About Corvane",
+                              "Show &Location Points", "&Sizing Movies and Images"}));
+
+        // The controls carry the names the operator's manual and the tests use.
+        for (const char* name :
+             {"mRunExperiment", "mRunQuestionnaire", "mRepeat",       "mFileBar",
+              "mblank",         "mRunAgain(1)",      "mRunAgain(10)", "mExitBar",
+              "mExit",          "mEditDataOpen",     "mEditDataSPSS", "mMergeData",
+              "mExplorer",      "mnuQuickStyle",     "mSetOptions",   "mGetOptions",
+              "mMuteSounds",    "mCharsets(0)",      "mCharsets(10)", "mnuPrefLoad",
+              "mnuPref(0)",     "mnuPref(10)",       "mnuCVXEdit",    "mHelpTopics",
+              "mTutorial",      "mAboutCorvane",     "mShowLoc",      "mSizing"})
+            QVERIFY2(Action(name), name);
+        QVERIFY(launcher.findChild<QStatusBar*>("StatusBar1"));
+        for (const char* name : {"Panel(1)", "Panel(2)", "Panel(3)", "Panel(4)"})
+            QVERIFY2(launcher.findChild<QLabel*>(name), name);
+        QCOMPARE(Panel(3), QString("default.cvp"));
+        QCOMPARE(Panel(4), QString("Edit Off"));
+        QCOMPARE(m_desktop.repeatSet, 1);
+    }
+
+    void anEmptyListShowsNoRecentEntries() {
+        Start();
+        QVERIFY(!Action("mblank")->isVisible());
+        QVERIFY(!Action("mFileBar")->isVisible());
+        for (int n = 1; n <= 10; ++n)
+            QVERIFY(!Action(QString("mRunAgain(%1)").arg(n))->isVisible());
+        Action("mRepeat")->trigger();
+        QVERIFY(m_boxes.isEmpty());
+        QVERIFY(!VisibleSubjectForm());
+    }
+
+    void choosingExperimentsFillsTheListNewestFirstWithoutDuplicates() {
+        const QString a = Experiment("a.exp");
+        const QString b = Experiment("b.exp");
+        Start();
+        for (const QString& path : {a, b, a}) {
+            m_dialogs.answers << path;
+            Action("mRunExperiment")->trigger();
+            QVERIFY(VisibleSubjectForm());
+            QCOMPARE(m_state->ExperimentFile, path);
+            CloseSubjectForm();
+        }
+        QCOMPARE(FileLines(RecentExperimentsFile()), QStringList({a, b}));
+        QVERIFY(Action("mblank")->isVisible());
+        QCOMPARE(Action("mRunAgain(1)")->data().toString(), a);
+        QCOMPARE(Action("mRunAgain(2)")->data().toString(), b);
+        QVERIFY(!Action("mRunAgain(3)")->isVisible());
+
+        const FileRequest& asked = m_dialogs.asked.front();
+        QCOMPARE(asked.title, QString("Select Experimental Database to Run"));
+        QCOMPARE(DialogFilter(asked.filter), QString("Experiment (*.exp);;All files (*)"));
+        QVERIFY(m_boxes.isEmpty());
+    }
+
+    void aCancelledDialogChangesNothing() {
+        Start();
+        Action("mRunExperiment")->trigger(); // no answer: the operator cancelled
+        QVERIFY(!VisibleSubjectForm());
+        QVERIFY(!QFile::exists(RecentExperimentsFile()));
+    }
+
+    void tenOldEntriesAndANewOneMakeElevenLinesOfWhichTenAreRead() {
+        QStringList old;
+        for (int n = 1; n <= 10; ++n)
+            old << m_dir->filePath(QString("old%1.exp").arg(n));
+        WriteBytes(RecentExperimentsFile(), (old.join("\r\n") + "\r\n").toLocal8Bit());
+        const QString fresh = Experiment("fresh.exp");
+        Start();
+        QCOMPARE(Action("mRunAgain(10)")->data().toString(), old[9]);
+
+        m_dialogs.answers << fresh;
+        Action("mRunExperiment")->trigger();
+        QCOMPARE(FileLines(RecentExperimentsFile()), QStringList{fresh} + old);
+        QCOMPARE(Action("mRunAgain(1)")->data().toString(), fresh);
+        QCOMPARE(Action("mRunAgain(10)")->data().toString(), old[8]);
+        CloseSubjectForm();
+
+        // The eleventh line is never read, so the next choice drops it.
+        const QString next = Experiment("next.exp");
+        m_dialogs.answers << next;
+        Action("mRunExperiment")->trigger();
+        QCOMPARE(FileLines(RecentExperimentsFile()), QStringList({next, fresh}) + old.mid(0, 9));
+    }
+
+    void runningARecentExperimentMovesItToTheTop() {
+        const QString x = Experiment("x.exp");
+        const QString y = Experiment("y.exp");
+        WriteBytes(RecentExperimentsFile(), (x + "\r\n" + y + "\r\n").toLocal8Bit());
+        Start();
+        Action("mRunAgain(2)")->trigger();
+        QVERIFY(VisibleSubjectForm());
+        QCOMPARE(FileLines(RecentExperimentsFile()), QStringList({y, x}));
+        QCOMPARE(QDir::currentPath(), m_dir->path());
+        CloseSubjectForm();
+
+        Action("mRepeat")->trigger(); // the last selection, now y
+        QVERIFY(VisibleSubjectForm());
+        QCOMPARE(m_state->ExperimentFile, y);
+        QCOMPARE(m_state->ExperimentFileName, QString("y.exp"));
+    }
+
+    void aVanishedRecentExperimentIsTold() {
+        const QString gone = m_dir->filePath("gone.exp");
+        WriteBytes(RecentExperimentsFile(), (gone + "\r\n").toLocal8Bit());
+        Start();
+        Action("mRunAgain(1)")->trigger();
+        QCOMPARE(m_boxes.size(), 1);
+        QCOMPARE(m_boxes.front().text,
+                 QString("The requested experiment does not appear to exist any longer in the "
+                         "given location. Use the 'Select and run experiment' command to find "
+                         "and run the experiment."));
+        QVERIFY(!VisibleSubjectForm());
+        QCOMPARE(FileLines(RecentExperimentsFile()), QStringList{gone});
+    }
+
+    void aRunningSlideShowProgramStopsTheRun() {
+        const QString e = Experiment("e.exp");
+        m_desktop.slideShow = true;
+        Start();
+        m_dialogs.answers << e;
+        Action("mRunExperiment")->trigger();
+        QCOMPARE(m_boxes.size(), 1);
+        QCOMPARE(m_boxes.front().text, QString("PowerPoint appears to be running.  Please close "
+                                               "it before starting the experiment."));
+        QVERIFY(!VisibleSubjectForm());
+        QCOMPARE(FileLines(RecentExperimentsFile()), QStringList{e}); // written before the probe
+    }
+
+    void muteAndCharacterSetAreSaved() {
+        Start();
+        const QString ini =
+            QSettings(QSettings::IniFormat, QSettings::UserScope, "Corvane", "Corvane").fileName();
+        QVERIFY2(ini.startsWith(qEnvironmentVariable("XDG_CONFIG_HOME")), qPrintable(ini));
+        QVERIFY(Action("mCharsets(0)")->isChecked());
+        QVERIFY(!Action("mMuteSounds")->isChecked());
+
+        Action("mMuteSounds")->trigger();
+        QVERIFY(Action("mMuteSounds")->isChecked());
+        QCOMPARE(SettingsStore::Get("Corvane", "MuteSounds").toBool(), true);
+        QVERIFY(m_launcher->MuteSounds());
+        Action("mCharsets(8)")->trigger();
+        QCOMPARE(SettingsStore::Get("Corvane", "CharacterSet").toInt(), 8);
+        QCOMPARE(m_launcher->CharsetOverride(), 8);
+        for (int n = 0; n <= 10; ++n)
+            QCOMPARE(Action(QString("mCharsets(%1)").arg(n))->isChecked(), n == 8);
+        QVERIFY(QFile::exists(ini));
+
+        // The next start takes them back.
+        Start();
+        QVERIFY(Action("mMuteSounds")->isChecked());
+        QVERIFY(Action("mCharsets(8)")->isChecked());
+        QVERIFY(!Action("mCharsets(0)")->isChecked());
+        Action("mMuteSounds")->trigger();
+        QCOMPARE(SettingsStore::Get("Corvane", "MuteSounds").toBool(), false);
+    }
+
+    void theUnloadKeepsTheFolderAndEndsByQOrDoubleClick() {
+        const QString folder = m_dir->filePath("lab");
+        QDir().mkpath(folder);
+        WriteBytes(folder + "/notes.txt", "x");
+        fBlue& launcher = Start();
+        launcher.show();
+        QVERIFY(QDir::setCurrent(folder));
+        QSignalSpy unloaded(&launcher, &fBlue::Unloaded);
+        QTest::keyClick(&launcher, Qt::Key_Q);
+        QCOMPARE(unloaded.size(), 1);
+        QCOMPARE(SettingsStore::Get("Corvane", "LastPath").toString(), folder);
+
+        // The next start works in that folder again; a folder without files is passed over.
+        QDir::setCurrent(m_dir->path());
+        fBlue& again = Start();
+        QCOMPARE(QDir::currentPath(), folder);
+        again.show();
+        QSignalSpy unloadedAgain(&again, &fBlue::Unloaded);
+        QTest::mouseDClick(again.findChild<QWidget*>("imgMain"), Qt::LeftButton);
+        QCOMPARE(unloadedAgain.size(), 1);
+
+        SettingsStore::Save("Corvane", "LastPath", m_dir->filePath("program/ini"));
+        QDir::setCurrent(m_dir->path());
+        Start();
+        QCOMPARE(QDir::currentPath(), m_dir->path());
+    }
+
+    void theDataMenusUseTheDesktop() {
+        Start();
+        const QString csv = m_dir->filePath("data.csv");
+        m_dialogs.answers << csv;
+        Action("mEditDataOpen")->trigger();
+        QCOMPARE(m_dialogs.asked.back().title, QString("Select data file to open"));
+        QCOMPARE(m_desktop.opened, QList<QUrl>{QUrl::fromLocalFile(csv)});
+
+        m_dialogs.answers << m_dir->filePath("old.mdb");
+        Action("mEditDataOpen")->trigger();
+        QCOMPARE(m_desktop.opened.size(), 1);
+        QCOMPARE(m_boxes.size(), 1);
+        QVERIFY(m_boxes.back().text.startsWith("Access databases can not be opened"));
+
+        const QString sps = m_dir->filePath("study.sps");
+        m_dialogs.answers << sps;
+        Action("mEditDataSPSS")->trigger();
+        QCOMPARE(m_dialogs.asked.back().title, QString("Select SPSS input file to open"));
+        QCOMPARE(m_desktop.opened.back(), QUrl::fromLocalFile(sps));
+
+        Action("mExplorer")->trigger();
+        QCOMPARE(m_desktop.opened.back(), QUrl::fromLocalFile(m_dir->path()));
+        Action("mHelpTopics")->trigger();
+        QCOMPARE(m_desktop.opened.back(),
+                 QUrl::fromLocalFile(ProgramFolder::FilePath("help/corvane.html")));
+        Action("mTutorial")->trigger();
+        QCOMPARE(m_desktop.opened.back(),
+                 QUrl::fromLocalFile(ProgramFolder::FilePath("help/tutorial.html")));
+        QVERIFY(QFile::exists(ProgramFolder::FilePath("help/corvane.html")));
+    }
+
+    void toolsThatAreMissingSaySo() {
+        Start();
+        Action("mShowLoc")->trigger();
+        Action("mSizing")->trigger();
+        Action("mMergeData")->trigger();
+        Action("mnuCVXEdit")->trigger();
+        QCOMPARE(m_boxes.size(), 4);
+        QCOMPARE(m_boxes[0].text, QString("Setting Location Points is not available in this "
+                                          "version of Corvane yet."));
+        QCOMPARE(m_boxes[1].text, QString("Sizing Movies and Images is not available in this "
+                                          "version of Corvane yet."));
+        QVERIFY(m_boxes[2].text.contains("utilities/filemerge/filemerge"));
+        QVERIFY(m_desktop.started.isEmpty());
+    }
+
+    void preferenceFilesAreListedAndLoaded() {
+        QVERIFY(QFile::copy(ProgramFolder::FilePath("styles/default.cvp"),
+                            ProgramFolder::FilePath("styles/lab.cvp")));
+        QVERIFY(QFile::copy(ProgramFolder::FilePath("styles/default.cvp"),
+                            ProgramFolder::FilePath("styles/temp.cvp")));
+        Start();
+        QVERIFY(Action("mnuPref(0)")->isChecked());
+        QAction* lab = nullptr;
+        for (int n = 1; n <= 10; ++n) {
+            QAction* entry = Action(QString("mnuPref(%1)").arg(n));
+            QVERIFY(entry->text() != "temp.cvp" || !entry->isVisible());
+            if (entry->isVisible() && entry->text() == "lab.cvp")
+                lab = entry;
+        }
+        QVERIFY(lab);
+        lab->trigger();
+        QVERIFY(lab->isChecked());
+        QVERIFY(!Action("mnuPref(0)")->isChecked());
+        QCOMPARE(m_preferences->PreferenceFileName, QString("lab.cvp"));
+        QCOMPARE(Panel(3), QString("lab.cvp"));
+
+        m_dialogs.answers << ProgramFolder::FilePath("styles/temp.cvp");
+        Action("mGetOptions")->trigger();
+        QCOMPARE(m_dialogs.asked.back().folder, ProgramFolder::FilePath("styles"));
+        QCOMPARE(m_boxes.back().text,
+                 QString("This is a temporary file and it can not be loaded."));
+        QCOMPARE(m_preferences->PreferenceFileName, QString("lab.cvp"));
+
+        m_dialogs.answers << ProgramFolder::FilePath("styles/default.cvp");
+        Action("mGetOptions")->trigger();
+        QCOMPARE(m_preferences->PreferenceFileName, QString("default.cvp"));
+        QVERIFY(Action("mnuPref(0)")->isChecked());
+    }
+
+    void aQuestionnaireRunsThroughTheTemplateAndTheLauncherComesBack() {
+        const QString que = MakeDefinition(
+            m_dir->path(), "mood.que",
+            QuestionnaireHeader() + "1,scale response,How calm are "
+                                    "you?,calm,(p3),0,0,yes,yes,no,,no,Not,1,none,none\n");
+        fBlue& launcher = Start();
+        launcher.show();
+        m_dialogs.answers << que;
+        Action("mRunQuestionnaire")->trigger();
+        QCOMPARE(m_dialogs.asked.back().title, QString("Select Questionnaire to Run"));
+        const QString wrapped = m_dir->filePath("mood_que.exp");
+        QVERIFY(QFile::exists(wrapped));
+        QCOMPARE(FileLines(RecentExperimentsFile()), QStringList{wrapped});
+
+        fCodes* codes = VisibleSubjectForm();
+        QVERIFY(codes);
+        QSignalSpy finished(&launcher.Session(), &RunSession::RunFinished);
+        codes->TextSubject()->setText("s1");
+        codes->TextCondition()->setText("1");
+        codes->bOK_Click();
+        QVERIFY(launcher.Session().RunActive());
+        QCOMPARE(Panel(1), wrapped);
+        QCOMPARE(Panel(2), QString("Sub s1, Cond 1"));
+        QVERIFY(!launcher.statusBar()->isVisible());
+        QVERIFY(!launcher.menuBar()->isEnabled());
+        QSignalSpy unloaded(&launcher, &fBlue::Unloaded);
+        QVERIFY(!launcher.close()); // the run's data are still in memory
+        QCOMPARE(unloaded.size(), 0);
+
+        // The operator's way out ends the run; the launcher comes back as it was.
+        launcher.Session().Driver().OperatorKeys(true, true);
+        QTRY_COMPARE(finished.size(), 1);
+        QVERIFY(!launcher.Session().RunActive());
+        QVERIFY(launcher.statusBar()->isVisible());
+        QVERIFY(launcher.menuBar()->isEnabled());
+        QVERIFY(std::any_of(m_boxes.begin(), m_boxes.end(),
+                            [](const MessageBox& box) { return box.title == "Participant s1"; }));
+        QVERIFY(QFileInfo::exists(m_dir->filePath("data/byquestionnaire")));
+    }
+
+    void aFileFromTheDesktopOpensAsTheRunMenusWould() {
+        const QString que = MakeDefinition(
+            m_dir->path(), "items.que",
+            QuestionnaireHeader() +
+                "1,scale response,Fine?,fine,(p2),0,0,yes,yes,no,,no,Yes,1,none,none\n");
+        const QString exp = Experiment("study.exp");
+        fBlue& launcher = Start();
+        launcher.OpenFile(que);
+        QVERIFY(VisibleSubjectForm());
+        QCOMPARE(m_state->ExperimentFile, m_dir->filePath("items_que.exp"));
+        CloseSubjectForm();
+        launcher.OpenFile(exp);
+        QVERIFY(VisibleSubjectForm());
+        QCOMPARE(FileLines(RecentExperimentsFile()),
+                 QStringList({exp, m_dir->filePath("items_que.exp")}));
+    }
+
+    void theProgramAnswersHelpVersionAndALackOfDisplay() {
+        QProcess program;
+        program.start(CORVANE_BIN, {"--version"});
+        QVERIFY(program.waitForFinished(20000));
+        QCOMPARE(program.exitCode(), 0);
+        QVERIFY(program.readAllStandardOutput().contains(CORVANE_VERSION));
+
+        program.start(CORVANE_BIN, {"--help"});
+        QVERIFY(program.waitForFinished(20000));
+        const QByteArray help = program.readAllStandardOutput();
+        QVERIFY(help.contains("--run"));
+        QVERIFY(help.contains("[FILE]"));
+
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"})
+            env.remove(name);
+        program.setProcessEnvironment(env);
+        program.start(CORVANE_BIN, QStringList{});
+        QVERIFY(program.waitForFinished(20000));
+        QCOMPARE(program.exitCode(), 2);
+        QVERIFY(program.readAllStandardError().contains("--run"));
+    }
+
+    void filtersAreWrittenForTheDialog() {
+        QCOMPARE(DialogFilter("Data (*.dat; *.txt; *.csv)|*.dat;*.txt;*.csv|All files (*.*)|*.*|"),
+                 QString("Data (*.dat *.txt *.csv);;All files (*)"));
+        QCOMPARE(DialogFilter("SPSS (*.sps)|*.sps|"), QString("SPSS (*.sps)"));
+    }
+
+private:
+    fBlue& Start() {
+        m_launcher.reset();
+        m_launcher = std::make_unique<fBlue>(*m_state, *m_preferences, m_dialogs, m_desktop);
+        m_launcher->Load();
+        return *m_launcher;
+    }
+
+    QAction* Action(const QString& name) const {
+        auto* action = m_launcher->findChild<QAction*>(name);
+        if (!action)
+            qWarning() << "no action" << name;
+        return action;
+    }
+
+    QMenu* Menu(const QString& name) const { return m_launcher->findChild<QMenu*>(name); }
+
+    QString Panel(int n) const {
+        return m_launcher->findChild<QLabel*>(QString("Panel(%1)").arg(n))->text();
+    }
+
+    QString Experiment(const QString& name) {
+        MakeDefinition(m_dir->path(), "q.que",
+                       QuestionnaireHeader() +
+                           "1,scale response,Fine?,fine,(p2),0,0,yes,yes,no,,no,Yes,1,none,none\n");
+        return MakeDefinition(m_dir->path(), name, "Condition,position,file\n1,1,q.que\n");
+    }
+
+    std::unique_ptr<QTemporaryDir> m_dir;
+    QList<MessageBox> m_boxes;
+    std::unique_ptr<RunState> m_state;
+    std::unique_ptr<Preferences> m_preferences;
+    AnsweringDialogs m_dialogs;
+    WatchedDesktop m_desktop;
+    std::unique_ptr<fBlue> m_launcher;
+};
+
+int main(int argc, char* argv[]) {
+    // The settings and the program's folder of the tests live in a folder of their own.
+    QTemporaryDir home;
+    qputenv("XDG_CONFIG_HOME", home.filePath("config").toLocal8Bit());
+    qputenv("XDG_DATA_HOME", home.filePath("data").toLocal8Bit());
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    QApplication app(argc, argv);
+    TestLauncher test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "test_launcher.moc"
