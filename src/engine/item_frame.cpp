@@ -129,6 +129,24 @@ void ItemForm::PrepareForm() {
     item.WordingShown = InsertAnswers(state, item.QuestionWording);
     ApplyWordingParameters();
     ApplyStyle(lQuestion, m_run.question, false);
+    // A label whose text names a page stands for that page.
+    const auto labels = findChildren<QLabel*>();
+    for (QLabel* label : labels) {
+        if (label->text().endsWith(QLatin1String(".htm"), Qt::CaseInsensitive))
+            AddHtmlBox(label->geometry(), label->text());
+    }
+}
+
+void ItemForm::AddHtmlBox(const QRect& place, const QString& file) {
+    // Web pages are not shown by this version: the box says which page stands there.
+    auto* box = new QLabel(QStringLiteral("[web page '") + file +
+                               QStringLiteral("': pages are not shown by this version of Corvane]"),
+                           Picture1);
+    box->setObjectName(QStringLiteral("HTML_PB%1").arg(++m_htmlBoxes));
+    box->setWordWrap(true);
+    box->setFrameShape(QFrame::Box);
+    box->setGeometry(place);
+    box->show();
 }
 
 void ItemForm::ApplyWordingParameters() {
@@ -189,6 +207,13 @@ void ItemForm::PrepareBackground() {
 void ItemForm::PlaceBackgroundImage(const QString& file, int left, int top, int width, int height) {
     if (file.isEmpty() || file.toLower() == QLatin1String("none"))
         return;
+    const QString lower = file.toLower();
+    if (lower.endsWith(QLatin1String(".htm")) || lower.endsWith(QLatin1String(".html"))) {
+        AddHtmlBox(QRect(left, top, width > 0 ? width : this->width(),
+                         height > 0 ? height : this->height()),
+                   file);
+        return;
+    }
     const auto found = FindFile(file);
     const QPixmap picture = found ? QPixmap(*found) : QPixmap();
     if (picture.isNull())

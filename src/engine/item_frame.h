@@ -114,6 +114,7 @@ private:
     void PlaceBackgroundImage(const QString& file, int left, int top, int width, int height);
     void PlayBackgroundVideo(const QString& file, int left, int top, int full);
     void ApplyWordingParameters();
+    void AddHtmlBox(const QRect& place, const QString& file);
 
     RunContext& m_run;
     double m_tpx = 15;
@@ -121,6 +122,7 @@ private:
     double m_scaleX = 1;
     double m_scaleY = 1;
     bool m_unloaded = false;
+    int m_htmlBoxes = 0;
 };
 
 } // namespace corvane

@@ -176,6 +176,24 @@ private slots:
         QCOMPARE(run.state.CurrentQuestion, qint16(2));
     }
 
+    void preferencesWordingPlaceAndPageLabels() {
+        RunFixture run;
+        run.preferences.Fonts[1].name = "DejaVu Serif";
+        run.preferences.Fonts[1].size = 20;
+        run.preferences.ForeColors[1] = RgbToColour(0x00a000);
+        run.Start(
+            kHeader,
+            "1,scale response,\"Where?param(l200,t100)\",q1,(p2),yes,yes,info.htm,b,,1,2,,,,\n" +
+                Scale(2, "q2", "(p3)"));
+        QLabel* question = run.Control<QLabel>("lQuestion");
+        QCOMPARE(question->font().family(), "DejaVu Serif");
+        QCOMPARE(question->font().pointSizeF(), 20.0);
+        QCOMPARE(question->palette().color(QPalette::WindowText), QColor(0x00a000));
+        QCOMPARE(question->text(), "Where?");
+        QCOMPARE(question->pos(), QPoint(200, 100));
+        QVERIFY(run.Control<QLabel>("HTML_PB1")->text().contains("info.htm"));
+    }
+
     void instructionsWithARequiredWord() {
         RunFixture run;
         run.Start("questionnumber,QuestionType,QuestionWording,VariableName,Parameters\n",
