@@ -56,8 +56,9 @@ def unescape(text: str) -> str:
 
 
 def read_journal(data: bytes):
-    """Header fields and the stores of a journal: complete lines whose check field agrees."""
-    header, responses, times, bad = None, {}, {}, 0
+    """Header fields, the stores and the records noted (P lines) of a journal: complete lines
+    whose check field agrees."""
+    header, responses, times, noted, bad = None, {}, {}, set(), 0
     lines = data.split(b"\n")
     if lines and lines[-1] != b"":
         bad += 1  # a line cut off at the end
@@ -73,7 +74,9 @@ def read_journal(data: bytes):
             responses[(int(fields[1]), int(fields[2]), int(fields[3]))] = fields[6]
         elif fields[0] == "T":
             times[(int(fields[1]), int(fields[2]), int(fields[3]))] = int(fields[5])
-    return header, responses, times, bad
+        elif fields[0] == "P":
+            noted.add(fields[1])
+    return header, responses, times, noted, bad
 
 
 def run_def(corvane_def: Path, target: Path, csv_text: str):
@@ -93,6 +96,10 @@ def main():
     parser.add_argument("--wait-ms", type=int, default=120,
                         help="real wait before each key (a scale item takes keys after 100 ms)")
     parser.add_argument("--seed", type=int, default=1)
+    parser.add_argument("--kill-from", type=float, default=0.0,
+                        help="earliest kill moment, as a fraction of an uninterrupted run")
+    parser.add_argument("--kill-to", type=float, default=1.1,
+                        help="latest kill moment, as a fraction of an uninterrupted run")
     parser.add_argument("--keep", help="leave the experiment and its data in this folder")
     args = parser.parse_args()
 
@@ -151,7 +158,7 @@ def main():
                    killed_after_records=0,
                    journals_left=0, offered=0, recovered=0, responses_stored=0,
                    responses_recovered=0, times_stored=0, times_recovered=0,
-                   stored_not_as_scripted=0, cut_journal_lines=0)
+                   stored_not_as_scripted=0, cut_journal_lines=0, killed_while_writing=0)
     expected = {}  # subject -> (responses by item, times by item) for the record it must have
     problems = []
 
@@ -160,7 +167,7 @@ def main():
         figures["runs"] += 1
         process = subprocess.Popen(command(subject, real_script(n), False), env=env)
         try:
-            process.wait(timeout=rng.uniform(0.0, full * 1.1))
+            process.wait(timeout=rng.uniform(full * args.kill_from, full * args.kill_to))
             figures["ended_before_kill"] += 1
         except subprocess.TimeoutExpired:
             process.send_signal(signal.SIGKILL)
@@ -174,7 +181,9 @@ def main():
         stored_r, stored_t = {}, {}
         if journals:
             figures["journals_left"] += 1
-            header, stored_r, stored_t, bad = read_journal(journals[0].read_bytes())
+            header, stored_r, stored_t, noted, bad = read_journal(journals[0].read_bytes())
+            if noted:
+                figures["killed_while_writing"] += 1
             figures["cut_journal_lines"] += bad
             if header is None or header.get("subject") != subject:
                 problems.append(f"{subject}: journal header unreadable or of another run")
@@ -184,16 +193,18 @@ def main():
             for (q, i, k), value in stored_r.items():
                 if (q, k) != (1, 1) or value != str(truth[i - 1]):
                     figures["stored_not_as_scripted"] += 1
+            # A record whose writing had begun may be the run's own, with the time it was
+            # written; the others take the date and time of the journal.
             expected[subject] = ({i: v for (_, i, _), v in stored_r.items()},
                                  {i: t for (_, i, _), t in stored_t.items()},
-                                 (header or {}).get("date"), (header or {}).get("time"))
+                                 (header or {}).get("date"), (header or {}).get("time"), noted)
         elif not killed or has_record(subject):
             # Its records were written and its journal removed, before the kill or without one:
             # every item answered as scripted.
             if killed:
                 figures["killed_after_records"] += 1
             expected[subject] = ({i + 1: str(v) for i, v in enumerate(answers_of(n))}, None,
-                                 None, None)
+                                 None, None, set())
         else:
             figures["killed_before_journal"] += 1
             expected[subject] = None
@@ -211,7 +222,7 @@ def main():
         if bool(journals) != bool(asked) or bool(journals) != bool(done):
             problems.append(f"{recovery}: journal {bool(journals)}, asked {len(asked)}, "
                             f"recovered {len(done)}")
-        expected[recovery] = ({}, {}, None, None)
+        expected[recovery] = ({}, {}, None, None, set())
         if journal_folder.exists() and list(journal_folder.glob("*.journal")):
             problems.append(f"{recovery}: a journal is still there after the start")
         if n % 20 == 0:
@@ -260,35 +271,42 @@ def main():
     for subject, wanted in expected.items():
         if wanted is None or subject not in records["byquestionnaire"]:
             continue
-        values, times, date, clock = wanted
+        values, times, date, clock, noted = wanted
         group = records["byquestionnaire"][subject][0]
         by_variable = records["byvariablename"].get(subject, [None])[0]
         want_values = [values.get(i, "99") for i in range(1, items + 1)]
         if group[2] != want_values or by_variable is None or by_variable[1] != want_values:
-            mismatched.append(subject)
+            mismatched.append(f"{subject} responses {group[2]} / "
+                              f"{by_variable[1] if by_variable else None}, journal {want_values}")
             continue
         if subject.startswith("k") and times is not None:
             want_times = [str(times.get(i, 99)) for i in range(1, items + 1)]
             if group[3] != want_times or by_variable[2] != want_times:
-                mismatched.append(subject)
+                mismatched.append(f"{subject} times {group[3]} / {by_variable[2]}, journal "
+                                  f"{want_times}")
                 continue
-            if group[0][4:6] != [f"'{date}'", f"'{clock}'"]:
-                mismatched.append(subject)
+            heads = (("byquestionnaire", group[0]), ("byvariablename", by_variable[0]))
+            wrong = [kind for kind, head in heads if kind not in noted
+                     and head[4:6] != [f"'{date}'", f"'{clock}'"]]
+            if wrong:
+                mismatched.append(f"{subject} date and time of {wrong}: {group[0][4:6]} / "
+                                  f"{by_variable[0][4:6]}, journal {date} {clock}")
                 continue
             figures["times_recovered"] += len(times)
-        if subject.startswith("k") and times is not None:
             figures["responses_recovered"] += len(values)
 
     print(f"command: {' '.join(sys.argv)}")
     print(f"folder: {work}")
     print(f"uninterrupted run: {full:.2f} s ({items} items, {args.wait_ms} ms real wait each); "
-          f"kills at uniform random moments in 0 to {full * 1.1:.2f} s")
+          f"kills at uniform random moments in {full * args.kill_from:.2f} to "
+          f"{full * args.kill_to:.2f} s")
     print(f"runs: {figures['runs']}")
     print(f"  killed while running: {figures['killed']}")
     print(f"  ended before their kill moment: {figures['ended_before_kill']}")
     print(f"  killed before their journal existed: {figures['killed_before_journal']}")
     print(f"  killed after their records were written: {figures['killed_after_records']}")
-    print(f"  journals left behind: {figures['journals_left']}")
+    print(f"  journals left behind: {figures['journals_left']}, of runs killed while writing "
+          f"their records: {figures['killed_while_writing']}")
     print(f"recovery offered: {figures['offered']}, records recovered: {figures['recovered']}")
     print(f"responses stored in the journals: {figures['responses_stored']}, "
           f"recovered into the data files: {figures['responses_recovered']}")
@@ -299,7 +317,9 @@ def main():
     print(f"records missing: {len(missing)} {missing[:5]}")
     print(f"records that should not exist: {len(unexpected)} {unexpected[:5]}")
     print(f"participants with more than one record: {len(set(duplicates))} {duplicates[:5]}")
-    print(f"records that differ from what was stored: {len(mismatched)} {mismatched[:5]}")
+    print(f"records that differ from what was stored: {len(mismatched)}")
+    for line in mismatched[:5]:
+        print(f"  {line}")
     print("broken rows: " + ", ".join(f"{name} {count}" for name, count in broken.items()))
     print(f"empty .csv lines (a load not followed by a record, accepted): {empty_csv_lines}")
     for problem in problems[:20]:
@@ -308,7 +328,7 @@ def main():
               or any(broken.values()) or figures["stored_not_as_scripted"]
               or figures["responses_stored"] != figures["responses_recovered"]
               or figures["times_stored"] != figures["times_recovered"])
-    if not args.keep:
+    if not args.keep and not failed:
         shutil.rmtree(work)
     print("RESULT: " + ("FAILED" if failed else "every stored response recovered, no broken row"))
     return 1 if failed else 0

@@ -8,6 +8,7 @@
 #include "launcher/fAbout2.h"
 #include "launcher/file_dialogs.h"
 #include "launcher/recent_experiments.h"
+#include "output/recovery.h"
 #include "preferences/load_preferences.h"
 #include "preferences/old_preferences.h"
 #include "preferences/preferences.h"
@@ -410,6 +411,8 @@ void fBlue::RunRecentExp() {
 }
 
 void fBlue::LoadCodes() {
+    // A run of this experiment that was cut off (killed, a crash, a power cut) is offered first.
+    OfferRecoveries(m_state, m_preferences.AlternateDataFolder);
     fCodes* codes = m_session->OpenSubjectEntry();
     // The autostart list may have decided already, and then the form never shows.
     if (m_session->RunActive() || IsTrue(m_state.RepeatSessions))

@@ -67,7 +67,7 @@ class TestRecovery : public QObject {
             const QStringList journals = Journals();
             if (journals.size() == 1) {
                 const auto contents = ReadJournal(journals[0]);
-                if (contents && contents->ResponseCount() == 3) {
+                if (contents && contents->ResponseCount() == 3 && contents->TimeCount() == 3) {
                     journal = journals[0];
                     break;
                 }
