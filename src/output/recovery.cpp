@@ -229,8 +229,10 @@ void Recover(RunState& caller, const QString& path, RecoveryResult& result) {
 
 } // namespace
 
-QStringList FindUnfinishedRuns(const QString& dataRoot, const QString& experimentFile) {
-    const QDir folder(JournalFolder(dataRoot));
+namespace {
+
+QStringList FindUnfinishedRunsIn(const QString& journalFolder, const QString& experimentFile) {
+    const QDir folder(journalFolder);
     const QStringList names =
         folder.entryList({QStringLiteral("*.journal")}, QDir::Files | QDir::Hidden, QDir::Name);
     std::vector<std::pair<QString, QString>> found; // started, path
@@ -253,6 +255,12 @@ QStringList FindUnfinishedRuns(const QString& dataRoot, const QString& experimen
     return paths;
 }
 
+} // namespace
+
+QStringList FindUnfinishedRuns(const QString& dataRoot, const QString& experimentFile) {
+    return FindUnfinishedRunsIn(JournalFolder(dataRoot), experimentFile);
+}
+
 QStringList DataRootsOf(const RunState& state, const QString& alternateDataFolder) {
     QStringList roots;
     if (!alternateDataFolder.isEmpty()) {
@@ -269,6 +277,8 @@ QStringList FindUnfinishedRunsOf(const RunState& state, const QString& alternate
     QStringList paths;
     for (const QString& root : DataRootsOf(state, alternateDataFolder))
         paths << FindUnfinishedRuns(root, state.ExperimentFile);
+    paths << FindUnfinishedRunsIn(FallbackJournalFolder(), state.ExperimentFile);
+    paths.removeDuplicates();
     return paths;
 }
 

@@ -2,6 +2,7 @@
 
 #include "output/output_common.h"
 #include "state/error.h"
+#include "state/program_folder.h"
 #include "state/run_state.h"
 #include "state/text.h"
 
@@ -374,8 +375,16 @@ void RunJournal::Close() {
     }
 }
 
+QString FallbackJournalFolder() {
+    return ProgramFolder::FilePath(QStringLiteral("journal"));
+}
+
 std::unique_ptr<RunJournal> RunJournal::Begin(RunState& state, const DataOutputSettings& settings) {
-    const QString folder = JournalFolder(state.DataRoot);
+    // A data folder that can't be made must not cost the run its data: the journal then goes to
+    // the program's own folder, where the next start looks too.
+    QString folder = JournalFolder(state.DataRoot);
+    if (!QDir().mkpath(folder))
+        folder = FallbackJournalFolder();
     const QDateTime now = QDateTime::currentDateTime();
     const QString base = SafeName(WithoutExtension(state.ExperimentFileName)) + QLatin1Char('-') +
                          SafeName(state.SubjectID) + QLatin1Char('-') +

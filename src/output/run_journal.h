@@ -89,6 +89,8 @@ struct JournalContents {
 
 /// DataRoot/data/.journal, where the journals of runs under way are kept.
 QString JournalFolder(const QString& dataRoot);
+/// Where a journal goes when the data folder can't be made: the program's own folder.
+QString FallbackJournalFolder();
 /// DataRoot/data/recovered, where journals go once their run's records have been written.
 QString RecoveredFolder(const QString& dataRoot);
 

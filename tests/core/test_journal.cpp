@@ -344,9 +344,21 @@ private slots:
         QVERIFY(!contents->writing[0].written && !contents->writing[0].failed);
     }
 
+    void aDataFolderThatCanNotBeMadeSendsTheJournalToTheProgramFolder() {
+        auto state = Load("6");
+        WriteBytes(Path("data"), "a file where the data folder should be");
+        ProgramFolder::SetPath(Path("program"));
+        auto journal = RunJournal::Begin(*state, Settings());
+        QVERIFY(journal);
+        QVERIFY(journal->Path().startsWith(Path("program/journal/")));
+        QVERIFY(m_boxes.isEmpty());
+    }
+
     void aJournalThatCanNotBeMadeIsReportedAndTheRunGoesOn() {
         auto state = Load("6");
         WriteBytes(Path("data"), "a file where the data folder should be");
+        WriteBytes(Path("blocked"), "a file where the program folder should be");
+        ProgramFolder::SetPath(Path("blocked/program"));
         QVERIFY(!RunJournal::Begin(*state, Settings()));
         QCOMPARE(m_boxes.size(), 1);
         QVERIFY(m_boxes[0].text.startsWith("Corvane can not keep a journal of this run in '"));
