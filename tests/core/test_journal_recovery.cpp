@@ -2,13 +2,13 @@
 // experiment read again, the records written as the run would have written them (the same golden
 // files as a normal end), a changed experiment refused, a record that reached its files before
 // the kill not written twice, and the operator's yes/no question.
-#include "definition_fixtures.h"
 #include "definitions/experiment_loader.h"
 #include "output/data_by_questionnaire.h"
 #include "output/data_by_variable.h"
 #include "output/questionnaire_syntax.h"
 #include "output/recovery.h"
 #include "output/run_journal.h"
+#include "output_study.h"
 #include "recording_boxes.h"
 #include "state/run_state.h"
 
@@ -18,11 +18,6 @@ using namespace corvane;
 using namespace corvane::test;
 
 namespace {
-
-const QString kExperimentHeader =
-    "Condition,position,file,Backimage,Backvideo,backsound,WGR,BGR,Parameters\n";
-const QString kItemsHeader =
-    "questionnumber,QuestionType,VariableName,Parameters,WriteData,WriteRT,WriteText\n";
 
 QByteArray ReadAll(const QString& path) {
     QFile file(path);
@@ -93,25 +88,7 @@ class TestJournalRecovery : public QObject {
     QString Root() const { return m_dir->path(); }
     QString Path(const QString& relative) const { return QDir(Root()).filePath(relative); }
 
-    void MakeStudy() {
-        MakeDefinition(Root(), "alpha.que",
-                       kItemsHeader + "1,Scale Response,mood,,1,0,0\n"
-                                      "2,Fill-in-the-Blank,name,,1,0,1\n"
-                                      "3,Thought Listing,tlist,(n10),1,1,1\n"
-                                      "4,Instructions,intro,,0,0,0\n"
-                                      "5,Essay,comment,,0,1,1\n"
-                                      "6,Scale Response,feelingscore1,,1,0,0\n");
-        MakeDefinition(Root(), "beta.que",
-                       kItemsHeader + "1,Scale Response,mood,,1,1,0\n"
-                                      "2,Multiple Response,pick,(p3),1,1,0\n"
-                                      "3,Fill-in-the-Blank,Age,,1,1,1\n"
-                                      "4,Fill-in-the-Blank,favouritecolour,,1,0,1\n"
-                                      "5,Scale Response,feelingscore2,,1,1,0\n");
-        MakeDefinition(Root(), "study.exp",
-                       kExperimentHeader + "1,1,alpha.que,,,,0,0,\n"
-                                           "2,1,beta.que,,,,0,0,\n"
-                                           "2,2,alpha.que,,,,0,0,\n");
-    }
+    void MakeStudy() { MakeOutputStudy(Root()); }
 
     // The experiment loaded for a participant as the subject form loads it, syntax and all.
     std::unique_ptr<RunState> Load(const QString& subject, const QString& condition,

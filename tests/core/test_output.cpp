@@ -1,13 +1,13 @@
 // The data writers: two loads and runs of a fixture experiment leave the six data and syntax
 // files byte for byte as the golden files; file names with a machine code and blanks, the
 // alternate data folder, a data folder that can't be made, and the layout of small cases.
-#include "definition_fixtures.h"
 #include "definitions/experiment_loader.h"
 #include "engine/autostart.h"
 #include "output/data_by_questionnaire.h"
 #include "output/data_by_variable.h"
 #include "output/data_output.h"
 #include "output/questionnaire_syntax.h"
+#include "output_study.h"
 #include "recording_boxes.h"
 #include "state/run_state.h"
 
@@ -18,11 +18,6 @@ using namespace corvane;
 using namespace corvane::test;
 
 namespace {
-
-const QString kExperimentHeader =
-    "Condition,position,file,Backimage,Backvideo,backsound,WGR,BGR,Parameters\n";
-const QString kItemsHeader =
-    "questionnumber,QuestionType,VariableName,Parameters,WriteData,WriteRT,WriteText\n";
 
 QByteArray ReadAll(const QString& path) {
     QFile file(path);
@@ -95,27 +90,8 @@ class TestOutput : public QObject {
     QString Root() const { return m_dir->path(); }
     QString Path(const QString& relative) const { return QDir(Root()).filePath(relative); }
 
-    // Two questionnaires with every kind of column: numbers and texts, a list of ten, items
-    // without a response or a time column, one name in both, names that agree in their first
-    // twelve characters, a capital that sorts first, and a name too wide for its column.
     void MakeStudy(const QString& experimentName = "study.exp") {
-        MakeDefinition(Root(), "alpha.que",
-                       kItemsHeader + "1,Scale Response,mood,,1,0,0\n"
-                                      "2,Fill-in-the-Blank,name,,1,0,1\n"
-                                      "3,Thought Listing,tlist,(n10),1,1,1\n"
-                                      "4,Instructions,intro,,0,0,0\n"
-                                      "5,Essay,comment,,0,1,1\n"
-                                      "6,Scale Response,feelingscore1,,1,0,0\n");
-        MakeDefinition(Root(), "beta.que",
-                       kItemsHeader + "1,Scale Response,mood,,1,1,0\n"
-                                      "2,Multiple Response,pick,(p3),1,1,0\n"
-                                      "3,Fill-in-the-Blank,Age,,1,1,1\n"
-                                      "4,Fill-in-the-Blank,favouritecolour,,1,0,1\n"
-                                      "5,Scale Response,feelingscore2,,1,1,0\n");
-        MakeDefinition(Root(), experimentName,
-                       kExperimentHeader + "1,1,alpha.que,,,,0,0,\n"
-                                           "2,1,beta.que,,,,0,0,\n"
-                                           "2,2,alpha.que,,,,0,0,\n");
+        MakeOutputStudy(Root(), experimentName);
     }
 
     // Loads the experiment for a participant as the subject form would, with the syntax

@@ -1,13 +1,13 @@
 // The data writers when files fight back: a file held by another program gives the
 // "Can't write data" messages and no record; a full disk and a write cut short are reported and
 // leave every earlier record as it was; a row left open is never glued to the next one.
-#include "definition_fixtures.h"
 #include "definitions/experiment_loader.h"
 #include "output/data_by_questionnaire.h"
 #include "output/data_by_variable.h"
 #include "output/data_file.h"
 #include "output/data_output.h"
 #include "output/questionnaire_syntax.h"
+#include "output_study.h"
 #include "recording_boxes.h"
 #include "state/run_state.h"
 
@@ -22,11 +22,6 @@ using namespace corvane;
 using namespace corvane::test;
 
 namespace {
-
-const QString kExperimentHeader =
-    "Condition,position,file,Backimage,Backvideo,backsound,WGR,BGR,Parameters\n";
-const QString kItemsHeader =
-    "questionnumber,QuestionType,VariableName,Parameters,WriteData,WriteRT,WriteText\n";
 
 QByteArray ReadAll(const QString& path) {
     QFile file(path);
