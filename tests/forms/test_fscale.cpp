@@ -194,6 +194,23 @@ private slots:
         QVERIFY(run.Control<QLabel>("HTML_PB1")->text().contains("info.htm"));
     }
 
+    void warningCountsDownTheLastSeconds() {
+        RunFixture run;
+        run.Start(kHeader, Scale(1, "q1", "(p3,d5,!3)") + Scale(2, "q2", "(p3)"));
+        QWidget* form = run.Form();
+        QLabel* warning = run.Control<QLabel>("lWarning");
+        run.Wait(2000);
+        QVERIFY(!warning->isVisible()); // not yet within the last three seconds
+        run.Wait(1000);
+        QVERIFY(warning->isVisible());
+        QCOMPARE(warning->text(), "2");
+        run.Wait(1000);
+        QCOMPARE(warning->text(), "1");
+        run.Wait(2000);
+        QVERIFY(run.Form() != form); // the limit passed: on to the next item
+        QCOMPARE(run.state.Responses().Value(1, 1, 1), QString());
+    }
+
     void instructionsWithARequiredWord() {
         RunFixture run;
         run.Start("questionnumber,QuestionType,QuestionWording,VariableName,Parameters\n",
