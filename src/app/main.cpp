@@ -24,6 +24,17 @@ bool UseOffscreenWithoutDisplay() {
     return false;
 }
 
+QtMessageHandler g_defaultHandler = nullptr;
+
+// On a machine without a session, Qt notes the missing runtime folder at every start; it is no
+// concern of an operator's and would mix with the program's own output.
+void WithoutRuntimeFolderNote(QtMsgType type, const QMessageLogContext& context,
+                              const QString& text) {
+    if (text.startsWith(QLatin1String("QStandardPaths: XDG_RUNTIME_DIR not set")))
+        return;
+    g_defaultHandler(type, context, text);
+}
+
 struct Options {
     QCommandLineOption run{QStringLiteral("run"),
                            QStringLiteral("Run FILE (.exp or .que) unattended."),
@@ -60,6 +71,7 @@ struct Options {
 } // namespace
 
 int main(int argc, char* argv[]) {
+    g_defaultHandler = qInstallMessageHandler(WithoutRuntimeFolderNote);
     const bool noDisplay = UseOffscreenWithoutDisplay();
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Corvane"));
