@@ -211,15 +211,13 @@ bool WriteSyntax(RunState& state, const DataOutputSettings& settings,
 }
 
 bool Write(RunState& state, const DataOutputSettings& settings) {
-    const QString folder = DataFolder(state, QStringLiteral("byvariablename"));
-    const QString base = state.ExperimentFileName + FileNameCode(settings.machineCode);
-    const QDir dir(folder);
-    AppendFile txt(dir.filePath(base + QStringLiteral(".txt")));
-    AppendFile csv(dir.filePath(base + QStringLiteral(".csv")));
-    if (!EnterFolder(folder)) {
-        ReportFolderFault(state, folder, {txt.Path(), csv.Path()});
+    const std::optional<RecordPlace> place =
+        EnterRecordFolder(state, QStringLiteral("byvariablename"), settings);
+    if (!place)
         return false;
-    }
+    const QString& base = place->base;
+    AppendFile txt(place->File(QStringLiteral(".txt")));
+    AppendFile csv(place->File(QStringLiteral(".csv")));
     const std::vector<VariableEntry> merged = MergeVariables(state);
     bool written = WriteVariableSyntax(state, settings, merged);
 

@@ -167,4 +167,20 @@ std::optional<bool> HeaderNeeded(RunState& state, const QString& csvPath, const 
     return CountLines(csvPath) < 1;
 }
 
+QString RecordPlace::File(const QString& ending) const {
+    return QDir(folder).filePath(base + ending);
+}
+
+std::optional<RecordPlace> EnterRecordFolder(RunState& state, const QString& organisation,
+                                             const DataOutputSettings& settings) {
+    RecordPlace place{DataFolder(state, organisation),
+                      state.ExperimentFileName + FileNameCode(settings.machineCode)};
+    if (!EnterFolder(place.folder)) {
+        ReportFolderFault(state, place.folder,
+                          {place.File(QStringLiteral(".txt")), place.File(QStringLiteral(".csv"))});
+        return std::nullopt;
+    }
+    return place;
+}
+
 } // namespace corvane

@@ -82,4 +82,16 @@ bool AppendAndClose(RunState& state, AppendFile& file, const QString& text, bool
 /// A data folder that can't be made or entered, and the files that therefore got nothing.
 void ReportFolderFault(RunState& state, const QString& folder, const QStringList& files);
 
+/// Where one organisation's participant records go: its folder and the files' name without
+/// ending.
+struct RecordPlace {
+    QString folder;
+    QString base;
+    QString File(const QString& ending) const;
+};
+/// Enters the data folder of an organisation ("byquestionnaire", "byvariablename"); no value
+/// after its fault has been reported, naming both record files.
+std::optional<RecordPlace> EnterRecordFolder(RunState& state, const QString& organisation,
+                                             const DataOutputSettings& settings);
+
 } // namespace corvane
