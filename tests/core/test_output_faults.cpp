@@ -133,6 +133,19 @@ class TestOutputFaults : public QObject {
         return all;
     }
 
+    // Runs a writer while another program holds a file; true when the lock was taken and the
+    // writer said that it could not write.
+    template <typename Writer> bool WriteWhileHeld(const QString& path, Writer write) {
+        m_boxes.clear();
+        HeldFile held(path);
+        return held.Locked() && !write();
+    }
+
+    static QString InUse(const QString& file) {
+        return "Can't write data to " + file +
+               ". File is currently open or in use by another program.";
+    }
+
 private slots:
     void init() {
         m_dir = std::make_unique<QTemporaryDir>();
@@ -150,16 +163,10 @@ private slots:
         auto state = SecondParticipant();
         const QByteArray txt = ReadAll(Bq("lab.txt"));
         const QByteArray csv = ReadAll(Bq("lab.csv"));
-        m_boxes.clear();
-        {
-            HeldFile held(Bq("lab.txt"));
-            QVERIFY(held.Locked());
-            QVERIFY(!WriteDataByQuestionnaire(*state, Settings("10:00:00")));
-        }
+        QVERIFY(WriteWhileHeld(
+            Bq("lab.txt"), [&] { return WriteDataByQuestionnaire(*state, Settings("10:00:00")); }));
         QCOMPARE(m_boxes.size(), 1);
-        QCOMPARE(
-            m_boxes[0].text,
-            "Can't write data to lab.txt. File is currently open or in use by another program.");
+        QCOMPARE(m_boxes[0].text, InUse("lab.txt"));
         QCOMPARE(m_boxes[0].title, state->MessageTitle());
         QCOMPARE(m_boxes[0].icon, BoxIcon::Information);
         QCOMPARE(ReadAll(Bq("lab.txt")), txt);
@@ -172,16 +179,10 @@ private slots:
         auto state = SecondParticipant();
         const QByteArray txt = ReadAll(Bq("lab.txt"));
         const QByteArray csv = ReadAll(Bq("lab.csv"));
-        m_boxes.clear();
-        {
-            HeldFile held(Bq("lab.csv"));
-            QVERIFY(held.Locked());
-            QVERIFY(!WriteDataByQuestionnaire(*state, Settings("10:00:00")));
-        }
+        QVERIFY(WriteWhileHeld(
+            Bq("lab.csv"), [&] { return WriteDataByQuestionnaire(*state, Settings("10:00:00")); }));
         QCOMPARE(m_boxes.size(), 1);
-        QCOMPARE(
-            m_boxes[0].text,
-            "Can't write data to lab.txt. File is currently open or in use by another program.");
+        QCOMPARE(m_boxes[0].text, InUse("lab.txt"));
         QCOMPARE(ReadAll(Bq("lab.txt")), txt);
         QCOMPARE(ReadAll(Bq("lab.csv")), csv);
     }
@@ -190,33 +191,22 @@ private slots:
         auto state = SecondParticipant();
         const QByteArray txt = ReadAll(Bv("lab.txt"));
         const QByteArray csv = ReadAll(Bv("lab.csv"));
-        m_boxes.clear();
-        {
-            HeldFile held(Bv("lab.txt"));
-            QVERIFY(held.Locked());
-            QVERIFY(!WriteDataByVariable(*state, Settings("10:00:00")));
-        }
+        QVERIFY(WriteWhileHeld(Bv("lab.txt"),
+                               [&] { return WriteDataByVariable(*state, Settings("10:00:00")); }));
         QCOMPARE(m_boxes.size(), 1);
-        QCOMPARE(
-            m_boxes[0].text,
-            "Can't write data to lab.txt. File is currently open or in use by another program.");
+        QCOMPARE(m_boxes[0].text, InUse("lab.txt"));
         QCOMPARE(ReadAll(Bv("lab.txt")), txt);
         // The syntax step ran before: its line end stands.
         QCOMPARE(ReadAll(Bv("lab.csv")), csv + "\r\n");
 
-        m_boxes.clear();
         const QByteArray txtNow = ReadAll(Bv("lab.txt"));
         const QByteArray csvNow = ReadAll(Bv("lab.csv"));
-        {
-            HeldFile held(Bv("lab.csv"));
-            QVERIFY(held.Locked());
-            QVERIFY(!WriteDataByVariable(*state, Settings("10:00:01")));
-        }
+        QVERIFY(WriteWhileHeld(Bv("lab.csv"),
+                               [&] { return WriteDataByVariable(*state, Settings("10:00:01")); }));
         // Once from the syntax step, once from the record.
         QCOMPARE(m_boxes.size(), 2);
         for (const MessageBox& box : m_boxes)
-            QCOMPARE(box.text, "Can't write data to lab.csv. File is currently open or in use by "
-                               "another program.");
+            QCOMPARE(box.text, InUse("lab.csv"));
         QCOMPARE(ReadAll(Bv("lab.txt")), txtNow);
         QCOMPARE(ReadAll(Bv("lab.csv")), csvNow);
     }
@@ -232,9 +222,7 @@ private slots:
             Load("s3");
         }
         QCOMPARE(m_boxes.size(), 1);
-        QCOMPARE(
-            m_boxes[0].text,
-            "Can't write data to lab.csv. File is currently open or in use by another program.");
+        QCOMPARE(m_boxes[0].text, InUse("lab.csv"));
         QCOMPARE(ReadAll(Bq("lab.csv")), csv);
         QCOMPARE(QDir::currentPath(), Root());
 
