@@ -26,6 +26,12 @@ inline QString QuestionnaireHeader() {
                           "textlabel1,pointlabel1,skip1,skip2\n");
 }
 
+/// A file's bytes; empty when it can't be read.
+inline QByteArray ReadAll(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
 /// Writes raw bytes to a file.
 inline void WriteBytes(const QString& path, const QByteArray& bytes) {
     QFile file(path);

@@ -5,6 +5,13 @@
 #pragma once
 
 #include "definition_fixtures.h"
+#include "definitions/experiment_loader.h"
+#include "output/data_output.h"
+#include "output/questionnaire_syntax.h"
+#include "recording_boxes.h"
+#include "state/run_state.h"
+
+#include <memory>
 
 namespace corvane::test {
 
@@ -31,6 +38,33 @@ inline void MakeOutputStudy(const QString& root, const QString& experimentName =
                    kExperimentHeader + "1,1,alpha.que,,,,0,0,\n"
                                        "2,1,beta.que,,,,0,0,\n"
                                        "2,2,alpha.que,,,,0,0,\n");
+}
+
+/// Loads an experiment of `root` for a participant as the subject form would, with the syntax
+/// written from the loader's hook; the boxes are recorded. A refused load fails the test.
+inline std::unique_ptr<RunState> LoadForOutput(const QString& root, QList<MessageBox>* boxes,
+                                               const QString& subject, const QString& condition,
+                                               const DataOutputSettings& settings,
+                                               const QString& experimentName = "study.exp",
+                                               const QString& dataRoot = QString()) {
+    auto state = std::make_unique<RunState>();
+    state->SetBoxes(std::make_unique<RecordingBoxes>(boxes));
+    state->ExperimentFolder = root;
+    state->ExperimentFile = QDir(root).filePath(experimentName);
+    state->ExperimentFileName = experimentName;
+    state->DataRoot = dataRoot.isEmpty() ? root : dataRoot;
+    state->SubjectID = subject;
+    state->ConditionID = condition;
+    QDir::setCurrent(root);
+    RunState& loaded = *state;
+    ExperimentLoadHooks hooks;
+    hooks.WriteQuestionnaireSyntax = [&loaded, settings] {
+        WriteQuestionnaireSyntax(loaded, settings);
+    };
+    ExperimentNeeds needs;
+    const bool started = ReadExperimentInfo(*state, hooks, needs);
+    [&] { QVERIFY(started); }();
+    return state;
 }
 
 } // namespace corvane::test

@@ -21,11 +21,6 @@ namespace {
 const QString kItemsHeader =
     "questionnumber,QuestionType,VariableName,Parameters,WriteData,WriteRT,WriteText\n";
 
-QByteArray ReadAll(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 void AppendBytes(const QString& path, const QByteArray& bytes) {
     QFile file(path);
     QVERIFY(file.open(QIODevice::Append));

@@ -19,11 +19,6 @@ using namespace corvane::test;
 
 namespace {
 
-QByteArray ReadAll(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 DataOutputSettings Settings(const QString& time) {
     return DataOutputSettings{QString(), "default.cvp", "03/02/2024", time};
 }
@@ -93,24 +88,7 @@ class TestJournalRecovery : public QObject {
     // The experiment loaded for a participant as the subject form loads it, syntax and all.
     std::unique_ptr<RunState> Load(const QString& subject, const QString& condition,
                                    const DataOutputSettings& settings) {
-        auto state = std::make_unique<RunState>();
-        state->SetBoxes(std::make_unique<RecordingBoxes>(&m_boxes));
-        state->ExperimentFolder = Root();
-        state->ExperimentFile = Path("study.exp");
-        state->ExperimentFileName = "study.exp";
-        state->DataRoot = Root();
-        state->SubjectID = subject;
-        state->ConditionID = condition;
-        QDir::setCurrent(Root());
-        RunState& loaded = *state;
-        ExperimentLoadHooks hooks;
-        hooks.WriteQuestionnaireSyntax = [&loaded, settings] {
-            WriteQuestionnaireSyntax(loaded, settings);
-        };
-        ExperimentNeeds needs;
-        const bool started = ReadExperimentInfo(*state, hooks, needs);
-        [&] { QVERIFY(started); }();
-        return state;
+        return LoadForOutput(Root(), &m_boxes, subject, condition, settings);
     }
 
     // A run that is killed after its answers: its journal is all that is left of it.

@@ -19,13 +19,6 @@ using namespace corvane::test;
 
 namespace {
 
-QByteArray ReadAll(const QString& path) {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return QByteArray();
-    return file.readAll();
-}
-
 // Both texts with their line numbers, for when diff can't be run.
 QString Numbered(const QByteArray& bytes) {
     QString out;
@@ -100,24 +93,8 @@ class TestOutput : public QObject {
                                    const DataOutputSettings& settings,
                                    const QString& experimentName = "study.exp",
                                    const QString& dataRoot = QString()) {
-        auto state = std::make_unique<RunState>();
-        state->SetBoxes(std::make_unique<RecordingBoxes>(&m_boxes));
-        state->ExperimentFolder = Root();
-        state->ExperimentFile = Path(experimentName);
-        state->ExperimentFileName = experimentName;
-        state->DataRoot = dataRoot.isEmpty() ? Root() : dataRoot;
-        state->SubjectID = subject;
-        state->ConditionID = condition;
-        QDir::setCurrent(Root());
-        RunState& loaded = *state;
-        ExperimentLoadHooks hooks;
-        hooks.WriteQuestionnaireSyntax = [&loaded, settings] {
-            WriteQuestionnaireSyntax(loaded, settings);
-        };
-        ExperimentNeeds needs;
-        const bool started = ReadExperimentInfo(*state, hooks, needs);
-        [&] { QVERIFY(started); }();
-        return state;
+        return LoadForOutput(Root(), &m_boxes, subject, condition, settings, experimentName,
+                             dataRoot);
     }
 
     static void Answer(RunState& state, int q, int i, int k, const QString& value, qint32 ms) {

@@ -23,13 +23,6 @@ using namespace corvane::test;
 
 namespace {
 
-QByteArray ReadAll(const QString& path) {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return QByteArray();
-    return file.readAll();
-}
-
 // Holds a file as another program would: its own open description with the lock taken.
 class HeldFile {
 public:
@@ -84,23 +77,7 @@ class TestOutputFaults : public QObject {
     QString Bv(const QString& name) const { return Path("data/byvariablename/" + name); }
 
     std::unique_ptr<RunState> Load(const QString& subject) {
-        auto state = std::make_unique<RunState>();
-        state->SetBoxes(std::make_unique<RecordingBoxes>(&m_boxes));
-        state->ExperimentFolder = Root();
-        state->ExperimentFile = Path("lab.exp");
-        state->ExperimentFileName = "lab.exp";
-        state->DataRoot = Root();
-        state->SubjectID = subject;
-        state->ConditionID = "1";
-        QDir::setCurrent(Root());
-        RunState& loaded = *state;
-        ExperimentLoadHooks hooks;
-        hooks.WriteQuestionnaireSyntax = [&loaded] {
-            WriteQuestionnaireSyntax(loaded, Settings("00:00:00"));
-        };
-        ExperimentNeeds needs;
-        const bool started = ReadExperimentInfo(*state, hooks, needs);
-        [&] { QVERIFY(started); }();
+        auto state = LoadForOutput(Root(), &m_boxes, subject, "1", Settings("00:00:00"), "lab.exp");
         state->StoreResponse(1, 1, 1, "3");
         state->StoreResponseTime(1, 1, 1, 750);
         state->StoreResponse(1, 2, 1, "why, not");

@@ -44,11 +44,6 @@ public:
     void BeginNextSession() override { calls << "next session"; }
 };
 
-QByteArray ReadAll(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 } // namespace
 
 class TestRunDriver : public QObject {

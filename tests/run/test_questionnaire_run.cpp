@@ -8,15 +8,6 @@
 
 using namespace corvane::test;
 
-namespace {
-
-QByteArray ReadAll(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-} // namespace
-
 class TestQuestionnaireRun : public QObject {
     Q_OBJECT
 private slots:

@@ -10,15 +10,6 @@
 using namespace corvane;
 using namespace corvane::test;
 
-namespace {
-
-QByteArray ReadAll(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-} // namespace
-
 class TestRecovery : public QObject {
     Q_OBJECT
 

@@ -16,11 +16,6 @@ struct RunResult {
     QString errors;
 };
 
-QByteArray ReadAll(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 // Times of day differ from run to run; everything else must not.
 QByteArray WithoutTimes(QByteArray text) {
     return QString::fromUtf8(text)
