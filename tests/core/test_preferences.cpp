@@ -1,6 +1,7 @@
 // Preference and QuickStyle files: full and look-only loads, the run's look-only rule, where a
 // QuickStyle is found, files that can't be used, the launcher's list, and the default file that
 // the build makes.
+#include "definition_fixtures.h"
 #include "definitions/sqlite_file.h"
 #include "preferences/load_preferences.h"
 #include "preferences/preference_file.h"
@@ -75,17 +76,6 @@ PreferenceRecord InForce(PreferenceRecord record) {
 
 QString GeneratedDefault() {
     return QFileInfo(CORVANE_TEMPLATE).absolutePath() + "/styles/default.cvp";
-}
-
-void WriteBytes(const QString& path, const QByteArray& bytes) {
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    file.write(bytes);
-}
-
-QByteArray ReadBytes(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 } // namespace
@@ -303,7 +293,7 @@ private slots:
                 WriteBytes(path, "Arial\r\n10\r\nTrue\r\n");
             } else if (kind == "damaged") {
                 Write(path, CalmRecord());
-                QByteArray bytes = ReadBytes(path);
+                QByteArray bytes = ReadAll(path);
                 QVERIFY(bytes.size() > 1000);
                 bytes.replace(100, 900, QByteArray(900, '\xff'));
                 WriteBytes(path, bytes);

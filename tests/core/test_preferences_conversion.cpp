@@ -1,5 +1,6 @@
 // Preference files of the older text form: the rule of each line, and their conversion at
 // start-up into .cvp files that start as copies of default.cvp.
+#include "definition_fixtures.h"
 #include "definitions/sqlite_file.h"
 #include "preferences/load_preferences.h"
 #include "preferences/old_preferences.h"
@@ -24,17 +25,6 @@ QStringList GoodLines() {
 
 QString GeneratedDefault() {
     return QFileInfo(CORVANE_TEMPLATE).absolutePath() + "/styles/default.cvp";
-}
-
-void WriteText(const QString& path, const QByteArray& bytes) {
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    file.write(bytes);
-}
-
-QByteArray ReadBytes(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 } // namespace
@@ -223,13 +213,13 @@ private slots:
 
     void oldFilesBecomePreferenceFiles() {
         InstallDefault();
-        WriteText(Style("lab2"), GoodLines().join("\r\n").toUtf8() + "\r\n");
+        WriteBytes(Style("lab2"), GoodLines().join("\r\n").toUtf8() + "\r\n");
         QStringList blackLines = GoodLines();
         blackLines[4] = "ABCD";
         blackLines[5] = "0";
-        WriteText(Style("black"), blackLines.join("\n").toUtf8());
-        WriteText(Style("messages.txt"), "not old");
-        const QByteArray defaultBefore = ReadBytes(Style("default.cvp"));
+        WriteBytes(Style("black"), blackLines.join("\n").toUtf8());
+        WriteBytes(Style("messages.txt"), "not old");
+        const QByteArray defaultBefore = ReadAll(Style("default.cvp"));
 
         const QStringList made = ConvertOldPreferences(*m_state);
         QVERIFY(m_boxes.isEmpty());
@@ -237,7 +227,7 @@ private slots:
         QVERIFY(!QFileInfo::exists(Style("lab2")));
         QVERIFY(!QFileInfo::exists(Style("black")));
         QVERIFY(QFileInfo::exists(Style("messages.txt")));
-        QCOMPARE(ReadBytes(Style("default.cvp")), defaultBefore);
+        QCOMPARE(ReadAll(Style("default.cvp")), defaultBefore);
 
         // Every field comes from the old lines or is a new file's default, never default.cvp's.
         QVERIFY(ReadPreferenceRecord(Style("lab2.cvp")) == ConvertOldPreferenceLines(GoodLines()));
@@ -264,16 +254,16 @@ private slots:
 
     void anOldDefaultBecomesOldDefault() {
         InstallDefault();
-        const QByteArray defaultBefore = ReadBytes(Style("default.cvp"));
+        const QByteArray defaultBefore = ReadAll(Style("default.cvp"));
         QStringList lines = GoodLines();
         lines[7] = "Old Default Font";
-        WriteText(Style("default"), lines.join("\r\n").toUtf8());
-        WriteText(Style("alpha"), GoodLines().join("\r\n").toUtf8()); // listed before "default"
+        WriteBytes(Style("default"), lines.join("\r\n").toUtf8());
+        WriteBytes(Style("alpha"), GoodLines().join("\r\n").toUtf8()); // listed before "default"
 
         const QStringList made = ConvertOldPreferences(*m_state);
         QVERIFY(m_boxes.isEmpty());
         QCOMPARE(made, QStringList({"alpha.cvp", "olddefault.cvp"}));
-        QCOMPARE(ReadBytes(Style("default.cvp")), defaultBefore);
+        QCOMPARE(ReadAll(Style("default.cvp")), defaultBefore);
         QVERIFY(!QFileInfo::exists(Style("default")));
         QVERIFY(!QFileInfo::exists(Style("olddefault")));
         QCOMPARE(ReadPreferenceRecord(Style("olddefault.cvp"))->Fonts[1].name,
@@ -281,7 +271,7 @@ private slots:
     }
 
     void withoutDefaultCvpNothingIsLost() {
-        WriteText(Style("lab2"), GoodLines().join("\r\n").toUtf8());
+        WriteBytes(Style("lab2"), GoodLines().join("\r\n").toUtf8());
         QVERIFY(ConvertOldPreferences(*m_state).isEmpty());
         QCOMPARE(m_boxes.size(), 1);
         QCOMPARE(m_boxes[0].title, QString("Preferences not converted"));
@@ -292,8 +282,8 @@ private slots:
     }
 
     void aDamagedDefaultCvpLosesNothing() {
-        WriteText(Style("default.cvp"), "not a database at all");
-        WriteText(Style("lab2"), GoodLines().join("\r\n").toUtf8());
+        WriteBytes(Style("default.cvp"), "not a database at all");
+        WriteBytes(Style("lab2"), GoodLines().join("\r\n").toUtf8());
         QVERIFY(ConvertOldPreferences(*m_state).isEmpty());
         QCOMPARE(m_boxes.size(), 1);
         QVERIFY2(m_boxes[0].text.contains(Style("lab2")), qPrintable(m_boxes[0].text));
