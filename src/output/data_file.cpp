@@ -40,7 +40,19 @@ int TakeLock(int fd) {
     return EWOULDBLOCK;
 }
 
-// All the bytes, however many calls it takes. 0 or the error.
+// Flushes to the disk; files that can't be flushed (devices, pipes) count as flushed.
+int Flush(int fd) {
+    if (::fdatasync(fd) == 0 || errno == EINVAL || errno == EROFS)
+        return 0;
+    return errno;
+}
+
+QByteArray NativePath(const QString& path) {
+    return QFile::encodeName(path);
+}
+
+} // namespace
+
 int WriteAll(int fd, const char* data, qint64 size) {
     qint64 done = 0;
     while (done < size) {
@@ -56,19 +68,6 @@ int WriteAll(int fd, const char* data, qint64 size) {
     }
     return 0;
 }
-
-// Flushes to the disk; files that can't be flushed (devices, pipes) count as flushed.
-int Flush(int fd) {
-    if (::fdatasync(fd) == 0 || errno == EINVAL || errno == EROFS)
-        return 0;
-    return errno;
-}
-
-QByteArray NativePath(const QString& path) {
-    return QFile::encodeName(path);
-}
-
-} // namespace
 
 AppendFile::AppendFile(QString path) : m_path(std::move(path)) {}
 

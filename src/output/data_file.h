@@ -52,6 +52,9 @@ private:
 /// Lines counted as a sequential read counts them: 0 only for an empty or missing file.
 int CountLines(const QString& path);
 
+/// Writes all the bytes to a file descriptor, however many calls it takes; 0 or the error.
+int WriteAll(int fd, const char* data, qint64 size);
+
 /// Replaces the file with the bytes: the new text is written beside it and takes its place when
 /// it is complete. A file held by another writer, or one that may not be written, is InUse.
 FileFault RewriteFile(const QString& path, const QByteArray& bytes, QString* reason);

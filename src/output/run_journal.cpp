@@ -1,5 +1,6 @@
 #include "output/run_journal.h"
 
+#include "output/data_file.h"
 #include "output/output_common.h"
 #include "state/error.h"
 #include "state/program_folder.h"
@@ -105,20 +106,10 @@ void SyncFolder(const QString& folder) {
     ::close(fd);
 }
 
-int WriteAll(int fd, const QByteArray& bytes) {
-    qint64 done = 0;
-    while (done < bytes.size()) {
-        const ssize_t written =
-            ::write(fd, bytes.constData() + done, std::size_t(bytes.size() - done));
-        if (written < 0) {
-            if (errno == EINTR)
-                continue;
-            return errno;
-        }
-        if (written == 0)
-            return ENOSPC;
-        done += written;
-    }
+// The bytes written and put on the disk; 0 or the error.
+int WriteAndSync(int fd, const QByteArray& bytes) {
+    if (const int error = WriteAll(fd, bytes.constData(), bytes.size()))
+        return error;
     if (::fdatasync(fd) != 0 && errno != EINVAL && errno != EROFS)
         return errno;
     return 0;
@@ -432,7 +423,7 @@ std::unique_ptr<RunJournal> RunJournal::Begin(RunState& state, const DataOutputS
         for (int q = 1; q <= state.NumQuestionnaires; ++q)
             bytes += JournalLine(
                 {QStringLiteral("Q"), QString::number(q), state.QuestionnaireNames.value(q)});
-        if (const int error = WriteAll(fd, bytes)) {
+        if (const int error = WriteAndSync(fd, bytes)) {
             reason = SystemReason(error);
             journal.reset();
             ::unlink(NativePath(path).constData());
@@ -491,7 +482,7 @@ bool RunJournal::Append(const QStringList& fields) {
     if (m_fd < 0)
         return false;
     const off_t before = ::lseek(m_fd, 0, SEEK_END);
-    const int error = WriteAll(m_fd, JournalLine(fields));
+    const int error = WriteAndSync(m_fd, JournalLine(fields));
     if (error == 0)
         return true;
     // Half a line would spoil the next one: the file goes back to where it was.
