@@ -23,38 +23,6 @@ DataOutputSettings Settings(const QString& time) {
     return DataOutputSettings{QString(), "default.cvp", "03/02/2024", time};
 }
 
-void Answer(RunState& state, int q, int i, int k, const QString& value, qint32 ms) {
-    state.StoreResponse(q, i, k, value);
-    state.StoreResponseTime(q, i, k, ms);
-}
-
-// The two runs whose records are the golden files of the data writers.
-void AnswerFirstRun(RunState& state) {
-    Answer(state, 1, 1, 1, "4", 1234);
-    Answer(state, 1, 2, 1, "O'Brien, Pat", 0);
-    Answer(state, 1, 3, 1, "dog", 500);
-    Answer(state, 1, 3, 2, "it's, well", 650);
-    Answer(state, 1, 3, 3, " padded ", 0);
-    Answer(state, 1, 3, 10, "last", 4321);
-    Answer(state, 1, 4, 1, "", 800);
-    Answer(state, 1, 5, 1, "Fine, thanks", 9000);
-    Answer(state, 1, 6, 1, "7", 333);
-}
-
-void AnswerSecondRun(RunState& state) {
-    Answer(state, 2, 1, 1, "2", 2100);
-    Answer(state, 2, 2, 1, "1", 300);
-    Answer(state, 2, 2, 2, " 2 ", 0);
-    Answer(state, 2, 2, 3, "", 450);
-    Answer(state, 2, 3, 1, "twenty", 1500);
-    Answer(state, 2, 4, 1, " sea green ", 0);
-    Answer(state, 2, 5, 1, "", 600);
-    Answer(state, 1, 1, 1, "", 800);
-    Answer(state, 1, 2, 1, "Zoë", 0);
-    Answer(state, 1, 3, 1, "cat", 400);
-    Answer(state, 1, 6, 1, "5", 0);
-}
-
 // Boxes answered No.
 class NoBoxes : public MessageBoxes {
 public:

@@ -97,39 +97,6 @@ class TestOutput : public QObject {
                              dataRoot);
     }
 
-    static void Answer(RunState& state, int q, int i, int k, const QString& value, qint32 ms) {
-        state.StoreResponse(q, i, k, value);
-        state.StoreResponseTime(q, i, k, ms);
-    }
-
-    // Participant 1, condition 1: only alpha.que.
-    static void AnswerFirstRun(RunState& state) {
-        Answer(state, 1, 1, 1, "4", 1234);
-        Answer(state, 1, 2, 1, "O'Brien, Pat", 0);
-        Answer(state, 1, 3, 1, "dog", 500);
-        Answer(state, 1, 3, 2, "it's, well", 650);
-        Answer(state, 1, 3, 3, " padded ", 0);
-        Answer(state, 1, 3, 10, "last", 4321);
-        Answer(state, 1, 4, 1, "", 800);              // no columns at all
-        Answer(state, 1, 5, 1, "Fine, thanks", 9000); // a time column only
-        Answer(state, 1, 6, 1, "7", 333);             // no time column here
-    }
-
-    // Participant 2, condition 2: beta.que, then alpha.que.
-    static void AnswerSecondRun(RunState& state) {
-        Answer(state, 2, 1, 1, "2", 2100);
-        Answer(state, 2, 2, 1, "1", 300);
-        Answer(state, 2, 2, 2, " 2 ", 0);
-        Answer(state, 2, 2, 3, "", 450);
-        Answer(state, 2, 3, 1, "twenty", 1500);
-        Answer(state, 2, 4, 1, " sea green ", 0);
-        Answer(state, 2, 5, 1, "", 600);
-        Answer(state, 1, 1, 1, "", 800);
-        Answer(state, 1, 2, 1, "Zoë", 0);
-        Answer(state, 1, 3, 1, "cat", 400);
-        Answer(state, 1, 6, 1, "5", 0);
-    }
-
     static bool WriteRun(RunState& state, const DataOutputSettings& settings) {
         EndOfRunName(state);
         const bool byQuestionnaire = WriteDataByQuestionnaire(state, settings);
