@@ -15,9 +15,11 @@
 #include "state/text.h"
 
 #include <QApplication>
+#include <QFontDatabase>
 #include <QKeyEvent>
 #include <QScreen>
 #include <QTime>
+#include <array>
 
 namespace corvane {
 
@@ -28,6 +30,27 @@ constexpr double kDesignHeight = 7200;
 
 QString TimeOfDay() {
     return QTime::currentTime().toString(QStringLiteral("hh:mm:ss"));
+}
+
+// The character sets of the launcher's menu, by their place in it, as the scripts of the fonts.
+QFontDatabase::WritingSystem ScriptOfCharset(int charset) {
+    using W = QFontDatabase::WritingSystem;
+    static const std::array<W, 11> scripts{
+        W::Latin, W::SimplifiedChinese, W::Greek, W::Latin, W::Vietnamese, W::Hebrew, W::Arabic,
+        W::Latin, W::Cyrillic,          W::Thai,  W::Latin};
+    return charset >= 0 && charset < int(scripts.size()) ? scripts[std::size_t(charset)] : W::Any;
+}
+
+// A forced character set: the face keeps the letters it has, and those of the script that it
+// lacks come from an installed face that has them.
+void ForceCharset(QFont& font, int charset) {
+    const QFontDatabase::WritingSystem script = ScriptOfCharset(charset);
+    if (script == QFontDatabase::Any ||
+        QFontDatabase::writingSystems(font.family()).contains(script))
+        return;
+    const QStringList faces = QFontDatabase::families(script);
+    if (!faces.isEmpty())
+        font.setFamilies({font.family(), faces.first()});
 }
 
 } // namespace
@@ -90,6 +113,8 @@ void ItemForm::ApplyStyle(QWidget* control, const TextStyle& style, bool withBac
     font.setPointSizeF(style.pointSize);
     font.setBold(style.bold);
     font.setItalic(style.italic);
+    if (m_run.charsetOverride != -1)
+        ForceCharset(font, m_run.charsetOverride);
     control->setFont(font);
     QPalette palette = control->palette();
     palette.setColor(QPalette::WindowText, QColor(style.fore));

@@ -44,6 +44,8 @@ struct RunContext {
     TextStyle response{};
     bool keyNavigation = true;
     bool muteSounds = false;
+    /// The launcher's character set, forced on every font of the forms; -1 leaves them alone.
+    int charsetOverride = -1;
 };
 
 /// A rectangle in twips of the design client area (9600 by 7200).
@@ -63,6 +65,8 @@ public:
     /// Twips per pixel of the screen, horizontally and vertically.
     double TPX() const { return m_tpx; }
     double TPY() const { return m_tpy; }
+    /// Prepares the form for the item or list entry in hand and shows it.
+    virtual void Load() = 0;
     /// Unloads the form: it goes from the screen for good.
     void Unload();
 

@@ -1,13 +1,12 @@
 #include "engine/run_session.h"
 
 #include "definitions/experiment_loader.h"
+#include "devices/fTimer.h"
 #include "engine/fCodes.h"
 #include "engine/fMain.h"
-#include "engine/media_output.h"
 #include "engine/fPassword.h"
-#include "engine/fTimer.h"
-#include "items/media/fInstruction.h"
-#include "items/response/fScale.h"
+#include "engine/media_output.h"
+#include "engine/presenter_registry.h"
 #include "output/data_by_questionnaire.h"
 #include "output/data_by_variable.h"
 #include "output/data_output.h"
@@ -25,7 +24,8 @@ namespace corvane {
 
 RunSession::RunSession(RunState& state, Preferences& preferences, QObject* parent)
     : QObject(parent), m_state(state), m_preferences(preferences),
-      m_driver(state, *this), m_context{.state = state, .driver = m_driver} {
+      m_driver(state, *this), m_context{.state = state, .driver = m_driver},
+      m_presenters(&PresenterRegistry::Program()) {
     m_context.formGone = [this](QWidget* form) {
         if (m_currentForm == form)
             m_currentForm = nullptr;
@@ -60,6 +60,7 @@ QWidget* RunSession::CurrentForm() const {
 }
 
 RunSession::~RunSession() {
+    delete m_timerForm;
     delete m_codes;
     delete m_backdrop;
 }
@@ -131,49 +132,50 @@ void RunSession::ShowRunScreen() {
 }
 
 void RunSession::UnloadTimerForm() {
+    delete m_timerForm;
     m_state.TimerFormUp = False;
 }
 
-void RunSession::ShowTimerForm() {}
+void RunSession::ShowTimerForm() {
+    delete m_timerForm;
+    m_state.TimerFormUp = True;
+    m_timerForm =
+        new fTimer(m_state.Clock(), m_state.Files[std::size_t(m_state.CurrentFile)].Duration);
+    m_timerForm->show();
+    m_timerForm->raise();
+}
 
 void RunSession::PlayBackgroundSound(const QString& file) {
     if (file.isEmpty() || file.toLower() == QLatin1String("none"))
         return;
     const auto found = FindFile(file);
     if (!found) {
-        m_state.Boxes().Show(MessageBox{m_state.MessageTitle(),
-                                        QStringLiteral("The background file '") + file +
-                                            QStringLiteral("' was requested but not found.  This item will "
-                                                           "be ignored."),
-                                        BoxIcon::Information});
+        m_state.Boxes().Show(
+            MessageBox{m_state.MessageTitle(),
+                       QStringLiteral("The background file '") + file +
+                           QStringLiteral("' was requested but not found.  This item will "
+                                          "be ignored."),
+                       BoxIcon::Information});
         return;
     }
     // It plays on past its item, until it ends or another starts.
     m_media->PlayBackgroundSound(*found);
 }
 
-bool RunSession::PresentFile(FileKindClass, const FileEntry&) {
-    // The presenters of list entries arrive with the media items.
-    return false;
-}
-
-ItemForm* RunSession::MakeItemForm(const QString& type) {
-    if (type == QLatin1String("scale response"))
-        return new fScale(m_context);
-    if (type == QLatin1String("instructions"))
-        return new fInstruction(m_context);
-    return nullptr;
+bool RunSession::PresentFile(FileKindClass kind, const FileEntry&) {
+    return LoadForm(m_presenters->MakeFileForm(kind, m_context));
 }
 
 bool RunSession::PresentItem(const Question& item) {
-    ItemForm* form = MakeItemForm(item.QuestionType);
+    return LoadForm(m_presenters->MakeItemForm(item.QuestionType, m_context));
+}
+
+bool RunSession::LoadForm(ItemForm* form) {
     if (!form)
         return false;
+    // The form is current before it loads: its load may already end it.
     m_currentForm = form;
-    if (auto* scale = qobject_cast<fScale*>(form))
-        scale->Load();
-    else if (auto* instruction = qobject_cast<fInstruction*>(form))
-        instruction->Load();
+    form->Load();
     return true;
 }
 

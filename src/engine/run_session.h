@@ -18,6 +18,7 @@ class fMain;
 class fTimer;
 struct DataOutputSettings;
 class RunJournal;
+class PresenterRegistry;
 
 class RunSession : public QObject, public RunHost {
     Q_OBJECT
@@ -36,6 +37,10 @@ public:
     bool RunActive() const { return m_active; }
     /// Switches the click of the item forms off or on (the launcher's setting).
     void SetMuteSounds(bool muted) { m_context.muteSounds = muted; }
+    /// Forces the launcher's character set on the fonts of the forms; -1 for none.
+    void SetCharsetOverride(int charset) { m_context.charsetOverride = charset; }
+    /// Takes the forms from another registry than the program's.
+    void SetPresenters(const PresenterRegistry& presenters) { m_presenters = &presenters; }
 
     // The program's side of the walk.
     void LoadPreferences(const QString& quickStyle) override;
@@ -71,8 +76,8 @@ signals:
 
 private:
     void ReadExperimentInfo();
-    /// The one place where item forms are made, by item type.
-    ItemForm* MakeItemForm(const QString& type);
+    /// Loads a form from the registry as the current form; false when there is none.
+    bool LoadForm(ItemForm* form);
     /// Takes the look of the settings in force into the forms' styles.
     void TakeLook();
     DataOutputSettings OutputSettings() const;
@@ -86,6 +91,7 @@ private:
     QPointer<fMain> m_backdrop;
     QPointer<fTimer> m_timerForm;
     QPointer<ItemForm> m_currentForm;
+    const PresenterRegistry* m_presenters;
     bool m_active = false;
     /// The journal of the run under way, which keeps its responses on the disk as they come.
     std::unique_ptr<RunJournal> m_journal;

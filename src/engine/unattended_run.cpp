@@ -14,6 +14,7 @@
 #include "state/helpers.h"
 #include "state/program_folder.h"
 #include "state/run_state.h"
+#include "state/settings_store.h"
 
 #include <QApplication>
 #include <QDir>
@@ -351,6 +352,8 @@ int RunUnattended(const UnattendedOptions& options) {
     ConvertOldPreferences(state);
     LoadPreferences(state, preferences, QString());
     RunSession session(state, preferences);
+    session.SetCharsetOverride(
+        SettingsStore::Get(QStringLiteral("Corvane"), QStringLiteral("CharacterSet"), -1).toInt());
     UnattendedRunner runner(options, state, session, boxesRef, answers, std::move(actions));
     // Runs of this experiment that were cut short are offered first, as at every start.
     runner.BeforeFirstSession = [&] { OfferRecoveries(state, preferences.AlternateDataFolder); };

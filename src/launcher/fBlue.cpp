@@ -234,6 +234,7 @@ void fBlue::Load() {
     mMuteSounds->setChecked(m_muteSounds);
     m_session->SetMuteSounds(m_muteSounds);
     m_charsetOverride = SettingsStore::Get(kSettings, QStringLiteral("CharacterSet"), -1).toInt();
+    m_session->SetCharsetOverride(m_charsetOverride);
     const int checkedCharset =
         m_charsetOverride < 1 || m_charsetOverride > 10 ? 0 : m_charsetOverride;
     for (std::size_t n = 0; n < mCharsets.size(); ++n)
@@ -605,6 +606,7 @@ void fBlue::mCharsets_Click(int index) {
     for (std::size_t n = 0; n < mCharsets.size(); ++n)
         mCharsets[n]->setChecked(int(n) == index);
     m_charsetOverride = index;
+    m_session->SetCharsetOverride(index);
     SettingsStore::Save(kSettings, QStringLiteral("CharacterSet"), index);
 }
 

@@ -4,6 +4,7 @@
 
 #include "definition_fixtures.h"
 #include "engine/fCodes.h"
+#include "engine/presenter_registry.h"
 #include "engine/run_session.h"
 #include "preferences/preferences.h"
 #include "recording_boxes.h"
@@ -35,13 +36,20 @@ public:
     /// Makes q.que from item rows (with this header) and a one-row experiment, and starts it.
     void Start(const QString& header, const QString& rows, const QString& entryParameters = {}) {
         MakeDefinition(Folder(), "q.que", header + rows);
-        MakeDefinition(Folder(), "e.exp",
-                       "Condition,position,file,Parameters\na,1,q.que," + entryParameters + "\n");
+        Open("Condition,position,file,Parameters\na,1,q.que," + entryParameters + "\n");
+    }
+
+    /// Makes e.exp from its rows (with the header) and starts it for condition a.
+    void Open(const QString& experiment) {
+        MakeDefinition(Folder(), "e.exp", experiment);
         QDir::setCurrent(Folder());
         state.ExperimentFolder = Folder();
         state.ExperimentFile = QDir(Folder()).filePath("e.exp");
         state.ExperimentFileName = "e.exp";
         session = std::make_unique<RunSession>(state, preferences);
+        session->SetCharsetOverride(charsetOverride);
+        if (presenters)
+            session->SetPresenters(*presenters);
         fCodes* codes = session->OpenSubjectEntry();
         codes->TextSubject()->setText("s1");
         codes->TextCondition()->setText("a");
@@ -62,6 +70,10 @@ public:
 
     RunState state;
     Preferences preferences;
+    /// The launcher's character set, -1 for none.
+    int charsetOverride = -1;
+    /// Forms other than the program's, when set before the start.
+    const PresenterRegistry* presenters = nullptr;
     QList<MessageBox> boxes;
     std::unique_ptr<RunSession> session;
 

@@ -1,8 +1,10 @@
 // The scale and instruction forms in a run: layout rules, the reveal, the 100 ms and 200 ms
-// rules, mouse and keys, "<specify>", quoting an answer, the time limit, the required word.
+// rules, mouse and keys, "<specify>", quoting an answer, the time limit, the required word, the
+// wording's own place, the launcher's character set.
 #include "engine/run_driver.h"
 #include "run_fixture.h"
 
+#include <QFontDatabase>
 #include <QLabel>
 #include <QPushButton>
 #include <QtTest>
@@ -11,6 +13,9 @@ using namespace corvane;
 using namespace corvane::test;
 
 namespace {
+
+const QString kInstructionHeader =
+    "questionnumber,QuestionType,QuestionWording,VariableName,Parameters\n";
 
 const QString kHeader =
     "questionnumber,QuestionType,QuestionWording,VariableName,Parameters,WriteData,WriteRT,"
@@ -229,6 +234,106 @@ private slots:
         QVERIFY(run.Form() != form);
         QCOMPARE(run.state.Responses().Value(1, 1, 1), "ok");
         QCOMPARE(run.state.Responses().Time(1, 1, 1), 700);
+    }
+    // The moment of the response that ends the item counts, not that of a key before it.
+    void instructionTimeIsThatOfTheEndingResponse_data() {
+        QTest::addColumn<QString>("parameters");
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<QString>("ending");
+        QTest::addColumn<int>("time");
+        QTest::newRow("word typed, then a click") << "(xgo)"
+                                                  << "go"
+                                                  << "click" << 2300;
+        QTest::newRow("word typed, then Enter") << "(xgo)"
+                                                << "go"
+                                                << "enter" << 2300;
+        QTest::newRow("a key, then a click") << ""
+                                             << "a"
+                                             << "click" << 2300;
+        QTest::newRow("a key, then Space") << ""
+                                           << "a"
+                                           << "space" << 2300;
+        QTest::newRow("a click alone") << ""
+                                       << ""
+                                       << "click" << 2300;
+    }
+    void instructionTimeIsThatOfTheEndingResponse() {
+        QFETCH(QString, parameters);
+        QFETCH(QString, typed);
+        QFETCH(QString, ending);
+        QFETCH(int, time);
+        RunFixture run;
+        run.Start(kInstructionHeader, "1,instructions,Read this.,intro,\"" + parameters +
+                                          "\"\n2,instructions,More.,m,\n");
+        QWidget* form = run.Form();
+        run.Wait(300);
+        QTest::keyClicks(form->focusWidget() ? form->focusWidget() : form, typed);
+        run.Wait(2000);
+        if (ending == "click")
+            QTest::mouseClick(run.Control<QPushButton>("Continue"), Qt::LeftButton);
+        else
+            Key(form, ending == "enter" ? Qt::Key_Return : Qt::Key_Space);
+        QVERIFY(run.Form() != form);
+        QCOMPARE(run.state.Responses().Value(1, 1, 1), "ok");
+        QCOMPARE(run.state.Responses().Time(1, 1, 1), time);
+    }
+
+    // A wording's param(l, t) puts the wording there on every form that shows a wording.
+    void wordingParametersPlaceTheWording_data() {
+        QTest::addColumn<QString>("rows");
+        QTest::addColumn<QPoint>("place");
+        QTest::newRow("scale") << Scale(1, "q1", "(p3)", "\"Where?param(l200,t100)\"")
+                               << QPoint(200, 100);
+        QTest::newRow("instructions") << "1,instructions,\"Where?param(l200,t100)\",i,\n"
+                                      << QPoint(200, 100);
+        QTest::newRow("instructions, top only") << "1,instructions,\"Where?param(t120)\",i,\n"
+                                                << QPoint(-1, 120);
+    }
+    void wordingParametersPlaceTheWording() {
+        QFETCH(QString, rows);
+        QFETCH(QPoint, place);
+        RunFixture run;
+        const bool scale = rows.contains("scale response");
+        run.Start(scale ? kHeader : kInstructionHeader,
+                  rows + (scale ? Scale(2, "q2", "(p3)") : "2,instructions,More.,m,\n"));
+        run.Wait(200);
+        QLabel* question = run.Control<QLabel>("lQuestion");
+        QCOMPARE(question->text(), "Where?");
+        if (place.x() >= 0)
+            QCOMPARE(question->x(), place.x());
+        QCOMPARE(question->y(), place.y());
+    }
+
+    // The launcher's character set: the fonts of the forms take a face with that script's letters.
+    void characterSetIsForcedOnTheFonts_data() {
+        QTest::addColumn<int>("charset");
+        QTest::addColumn<int>("script");
+        QTest::newRow("none") << -1 << int(QFontDatabase::Any);
+        QTest::newRow("Greek") << 2 << int(QFontDatabase::Greek);
+        QTest::newRow("Hebrew") << 5 << int(QFontDatabase::Hebrew);
+        QTest::newRow("Arabic") << 6 << int(QFontDatabase::Arabic);
+        QTest::newRow("Russian") << 8 << int(QFontDatabase::Cyrillic);
+    }
+    void characterSetIsForcedOnTheFonts() {
+        QFETCH(int, charset);
+        QFETCH(int, script);
+        const auto writing = QFontDatabase::WritingSystem(script);
+        if (writing != QFontDatabase::Any && QFontDatabase::families(writing).isEmpty())
+            QSKIP("no face of this script is installed");
+        RunFixture run;
+        run.charsetOverride = charset;
+        run.preferences.Fonts[1].name = "No Such Face";
+        run.Start(kHeader, Scale(1, "q1", "(p3)") + Scale(2, "q2", "(p3)"));
+        run.Wait(200);
+        for (const QString name : {"lQuestion", "lText(1)", "bResponse(1)"}) {
+            const QStringList faces = run.Control<QWidget>(name)->font().families();
+            QCOMPARE(faces.first(), name == "bResponse(1)" ? "Arial" : "No Such Face");
+            bool hasScript = false;
+            for (const QString& face : faces)
+                hasScript = hasScript || QFontDatabase::writingSystems(face).contains(writing);
+            QVERIFY2(hasScript == (writing != QFontDatabase::Any),
+                     qPrintable(name + ": " + faces.join(", ")));
+        }
     }
 };
 

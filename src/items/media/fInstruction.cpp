@@ -37,10 +37,12 @@ fInstruction::fInstruction(RunContext& run) : ItemForm(run, QStringLiteral("fIns
 void fInstruction::Load() {
     RunState& state = State();
     const Question& item = Item();
-    PrepareForm();
+    // The design places are taken with the geometry before the preparation, so that a place
+    // that the wording's own parameters give stays where they put it.
     ApplyFormGeometry();
     PlaceDesign(lQuestion, kQuestion);
     PlaceDesign(SSPanel1, kPanel);
+    PrepareForm();
     PrepareNavigationBar(item.Duration < 1);
     PrepareBackground();
     lQuestion->setText(item.WordingShown);
@@ -101,6 +103,13 @@ void fInstruction::Continue(qint32 itemEnd) {
     const QString skip = item.skip;
     Unload();
     Driver().EndItem(QStringLiteral("ok"), skip);
+}
+
+bool fInstruction::eventFilter(QObject* watched, QEvent* event) {
+    // A click of the bar ends the item at its own moment, not at that of a key typed before it.
+    if (event->type() == QEvent::MouseButtonRelease)
+        m_inputTime = EventTime(static_cast<QInputEvent*>(event));
+    return ItemForm::eventFilter(watched, event);
 }
 
 bool fInstruction::ItemKey(QKeyEvent* event, qint32 eventTime) {

@@ -17,11 +17,12 @@ class fInstruction : public ItemForm {
     Q_OBJECT
 public:
     explicit fInstruction(RunContext& run);
-    void Load();
+    void Load() override;
 
 protected:
     void ToolClick(const QString& key) override;
     bool ItemKey(QKeyEvent* event, qint32 eventTime) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     void Continue(qint32 itemEnd);
@@ -31,6 +32,7 @@ private:
     QLineEdit* Text1 = nullptr;
     std::unique_ptr<RunTimer> m_timer1;
     std::unique_ptr<RunTimer> m_timer2;
+    /// The run-clock time of the latest key or click, for the button or key it works.
     qint32 m_inputTime = 0;
 };
 

@@ -18,7 +18,7 @@ class fScale : public ItemForm {
 public:
     explicit fScale(RunContext& run);
     /// Lays the item out and shows it; the reveal follows when the focus arrives.
-    void Load();
+    void Load() override;
 
 protected:
     void ToolClick(const QString& key) override;

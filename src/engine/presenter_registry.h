@@ -1,0 +1,50 @@
+// The presenters of a run, by item type and by kind of list entry. Each form is registered with
+// what it presents; the run asks here for a form and so never names one. A type or kind that no
+// form presents gets no form, and the run announces it as not available.
+#pragma once
+
+#include "engine/run_driver.h"
+
+#include <QHash>
+#include <QStringList>
+#include <functional>
+#include <initializer_list>
+#include <map>
+
+namespace corvane {
+
+class ItemForm;
+struct RunContext;
+
+class PresenterRegistry {
+public:
+    /// Makes a form for the item or list entry in hand; the run loads it.
+    using MakeForm = std::function<ItemForm*(RunContext&)>;
+
+    /// The program's forms, registered on first use.
+    static const PresenterRegistry& Program();
+
+    /// Registers a form for item types (as the questionnaire names them) and kinds of list entry.
+    void Add(const QStringList& types, std::initializer_list<FileKindClass> kinds,
+             const MakeForm& make);
+    template <typename Form>
+    void Add(const QStringList& types, std::initializer_list<FileKindClass> kinds = {}) {
+        Add(types, kinds, [](RunContext& run) -> ItemForm* { return new Form(run); });
+    }
+
+    bool Presents(const QString& type) const;
+    bool Presents(FileKindClass kind) const;
+    /// A new form for an item of that type; nullptr when no form presents it.
+    ItemForm* MakeItemForm(const QString& type, RunContext& run) const;
+    /// A new form for a list entry of that kind; nullptr when no form presents it.
+    ItemForm* MakeFileForm(FileKindClass kind, RunContext& run) const;
+
+private:
+    QHash<QString, MakeForm> m_types;
+    std::map<FileKindClass, MakeForm> m_kinds;
+};
+
+/// Registers every form of the program; defined beside the forms, in the one list of them.
+void RegisterProgramForms(PresenterRegistry& registry);
+
+} // namespace corvane

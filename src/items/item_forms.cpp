@@ -1,0 +1,19 @@
+// The one list of the program's item forms: a new form is added here, by one line that names
+// the item types and the kinds of list entry it presents. The run finds it through the registry.
+//
+// A list rather than forms that register themselves from static objects in their own files: the
+// forms live in a static library, and the linker leaves out an object file that nothing names,
+// so such a form would be missing from the program without a word. This list names every form,
+// and the registry names the list, so all of them are always linked in.
+#include "engine/presenter_registry.h"
+#include "items/media/fInstruction.h"
+#include "items/response/fScale.h"
+
+namespace corvane {
+
+void RegisterProgramForms(PresenterRegistry& forms) {
+    forms.Add<fScale>({QStringLiteral("scale response")});
+    forms.Add<fInstruction>({QStringLiteral("instructions")});
+}
+
+} // namespace corvane
