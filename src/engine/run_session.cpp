@@ -176,6 +176,9 @@ bool RunSession::LoadForm(ItemForm* form) {
     // The form is current before it loads: its load may already end it.
     m_currentForm = form;
     form->Load();
+    // The countdown stays above the item forms.
+    if (m_timerForm)
+        m_timerForm->raise();
     return true;
 }
 
