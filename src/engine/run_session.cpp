@@ -3,9 +3,10 @@
 #include "definitions/experiment_loader.h"
 #include "engine/fCodes.h"
 #include "engine/fMain.h"
-#include "engine/media_output.h"
 #include "engine/fPassword.h"
 #include "engine/fTimer.h"
+#include "engine/media_output.h"
+#include "engine/word_processor.h"
 #include "items/media/fInstruction.h"
 #include "items/response/fScale.h"
 #include "output/data_by_questionnaire.h"
@@ -90,11 +91,10 @@ void RunSession::ReadExperimentInfo() {
         emit LoadRefused();
         return;
     }
-    // Documents are shown through the office suite when it is installed; nothing is started now.
-    if (needs.word || needs.wordPerfect)
-        m_state.WordFound = ToFlag(!ReadRegistryValue(QStringLiteral("HKEY_CLASSES_ROOT"),
-                                                      QStringLiteral(".doc"), QString(), QString())
-                                        .isEmpty());
+    if (needs.word)
+        OpenWordProcessor(m_state, QStringLiteral("doc"), m_preferences.WordFolder, FirstPanel);
+    if (needs.wordPerfect)
+        OpenWordProcessor(m_state, QStringLiteral("wpd"), m_preferences.WordFolder, FirstPanel);
     m_journal = RunJournal::Begin(m_state, OutputSettings());
     m_active = true;
     emit RunStarted();
@@ -141,11 +141,12 @@ void RunSession::PlayBackgroundSound(const QString& file) {
         return;
     const auto found = FindFile(file);
     if (!found) {
-        m_state.Boxes().Show(MessageBox{m_state.MessageTitle(),
-                                        QStringLiteral("The background file '") + file +
-                                            QStringLiteral("' was requested but not found.  This item will "
-                                                           "be ignored."),
-                                        BoxIcon::Information});
+        m_state.Boxes().Show(
+            MessageBox{m_state.MessageTitle(),
+                       QStringLiteral("The background file '") + file +
+                           QStringLiteral("' was requested but not found.  This item will "
+                                          "be ignored."),
+                       BoxIcon::Information});
         return;
     }
     // It plays on past its item, until it ends or another starts.

@@ -133,6 +133,9 @@ public:
 private:
     void OpenSubjectEntry() {
         m_started = false;
+        m_entryWaits = false;
+        if (!m_firstSession)
+            ReturnToExperiment();
         fCodes* codes = m_session.OpenSubjectEntry();
         if (m_finished || m_started) {
             m_firstSession = false;
@@ -150,12 +153,24 @@ private:
         codes->show();
         codes->bOK_Click();
         if (!m_started && !m_finished) {
+            // The script goes on as the operator would: type the ID again and press OK.
             m_boxes.Note(
                 QStringLiteral("the subject form still waits: the second entry of the subject "
                                "ID did not match"));
-            return Finish(UnattendedExit::NotStarted);
+            m_entryWaits = true;
+            codes->activateWindow();
         }
         ScheduleStep();
+    }
+
+    // The next session opens the experiment again, as the launcher's "Run last selection
+    // again" does: the end of a run has cut the extension from the name its data files take.
+    void ReturnToExperiment() {
+        const QFileInfo file(m_state.ExperimentFile);
+        m_state.ExperimentFileName = file.fileName();
+        m_state.ExperimentFolder = file.absolutePath();
+        QString folder = m_state.ExperimentFolder;
+        ChangeToFolder(folder);
     }
 
     void ScheduleStep() {
@@ -164,10 +179,16 @@ private:
     }
 
     void Step() {
-        if (m_finished || !m_session.RunActive())
+        if (m_started)
+            m_entryWaits = false;
+        if (m_finished || !(m_session.RunActive() || m_entryWaits))
             return;
-        if (m_next >= m_actions.size())
-            return PressEndKey();
+        if (m_next >= m_actions.size()) {
+            if (m_session.RunActive())
+                return PressEndKey();
+            m_boxes.Note(QStringLiteral("the script is used up while the subject form waits"));
+            return Finish(UnattendedExit::NotStarted);
+        }
         const ScriptAction& action = m_actions[m_next++];
         switch (action.kind) {
         case ScriptActionKind::Wait:
@@ -256,6 +277,7 @@ private:
     bool m_nextSession = false;
     bool m_firstSession = true;
     bool m_started = false;
+    bool m_entryWaits = false; // the subject form is on the screen, its OK not yet taken
     int m_status = 0;
 };
 
