@@ -23,6 +23,7 @@
 #include <QKeyEvent>
 #include <QLineEdit>
 #include <QMouseEvent>
+#include <QPointer>
 #include <QTimer>
 #include <QWidget>
 
@@ -137,6 +138,7 @@ private:
         if (!m_firstSession)
             ReturnToExperiment();
         fCodes* codes = m_session.OpenSubjectEntry();
+        m_codes = codes;
         if (m_finished || m_started) {
             m_firstSession = false;
             return ScheduleStep();
@@ -197,12 +199,12 @@ private:
             m_answers.Push(action.text);
             break;
         case ScriptActionKind::Key:
-            if (QWidget* target = InputTarget(m_session))
+            if (QWidget* target = Target())
                 SendKey(target, action.key, action.modifiers, action.text);
             break;
         case ScriptActionKind::Type:
             for (const QChar c : action.text) {
-                if (QWidget* target = InputTarget(m_session))
+                if (QWidget* target = Target())
                     SendKey(target, Qt::Key(c.toUpper().unicode()), Qt::NoModifier, QString(c));
             }
             break;
@@ -212,6 +214,14 @@ private:
             break;
         }
         ScheduleStep();
+    }
+
+    // A waiting subject form takes the input in its focused box, whether or not the window
+    // system has made it the active window yet.
+    QWidget* Target() const {
+        if (m_entryWaits && m_codes && m_codes->focusWidget())
+            return m_codes->focusWidget();
+        return InputTarget(m_session);
     }
 
     void PointAt(const ScriptAction& action) {
@@ -277,6 +287,7 @@ private:
     bool m_nextSession = false;
     bool m_firstSession = true;
     bool m_started = false;
+    QPointer<fCodes> m_codes;
     bool m_entryWaits = false; // the subject form is on the screen, its OK not yet taken
     int m_status = 0;
 };
