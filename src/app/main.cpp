@@ -49,7 +49,7 @@ struct Options {
                               QStringLiteral("Input for the run, one action a line."),
                               QStringLiteral("FILE")};
     QCommandLineOption seed{QStringLiteral("seed"),
-                            QStringLiteral("Seed every drawing of the order with N."),
+                            QStringLiteral("Seed the random generator once with N, for the whole run."),
                             QStringLiteral("N")};
     QCommandLineOption virtualClock{
         QStringLiteral("virtual-clock"),

@@ -257,12 +257,16 @@ QString DataRootFor(RunState& state, const QString& alternateFolder, bool& usedA
         const QString& name = state.ExperimentFileName;
         const QString root = QDir::cleanPath(ToLinuxSeparators(alternateFolder) + QLatin1Char('/') +
                                              name.left(qMax(qsizetype(0), name.size() - 4)));
+        const QString working = QDir::currentPath();
         QString entered = root;
         try {
             usedAlternate = ChangeToFolder(entered);
         } catch (const CorvaneError&) {
             usedAlternate = false; // a path too deep to make is one that can't be made
         }
+        // Only the data go there: the experiment's relative file names are read from where
+        // they were, its own folder.
+        QDir::setCurrent(working);
         if (usedAlternate) {
             state.DataRoot = root;
             return state.DataRoot;

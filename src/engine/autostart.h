@@ -24,8 +24,8 @@ QString ClearDataQuestion();
 bool ClearDataFiles(const QString& dataRoot);
 
 /// Sets and returns `DataRoot`: the experiment's own folder below `alternateFolder` when that
-/// is given and can be made and entered (it is then the working folder), else
-/// `ExperimentFolder` after a box that says so.
+/// is given and can be made and entered, else `ExperimentFolder` after a box that says so. The
+/// working folder stays where it was.
 QString DataRootFor(RunState& state, const QString& alternateFolder, bool& usedAlternate);
 
 } // namespace corvane

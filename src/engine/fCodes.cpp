@@ -78,6 +78,8 @@ void fCodes::bOK_Click() {
             QStringLiteral("Verify"), QStringLiteral("Please re-enter Subject ID"), QString());
         if (!VerifySubjectMatches(m_subject->text(), again.value_or(QString()))) {
             m_subject->setFocus();
+            // Selected as on getting the focus back from the box: the ID is typed afresh.
+            m_subject->selectAll();
             return;
         }
     }

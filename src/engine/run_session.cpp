@@ -7,6 +7,7 @@
 #include "engine/fPassword.h"
 #include "engine/media_output.h"
 #include "engine/presenter_registry.h"
+#include "engine/word_processor.h"
 #include "output/data_by_questionnaire.h"
 #include "output/data_by_variable.h"
 #include "output/data_output.h"
@@ -91,11 +92,10 @@ void RunSession::ReadExperimentInfo() {
         emit LoadRefused();
         return;
     }
-    // Documents are shown through the office suite when it is installed; nothing is started now.
-    if (needs.word || needs.wordPerfect)
-        m_state.WordFound = ToFlag(!ReadRegistryValue(QStringLiteral("HKEY_CLASSES_ROOT"),
-                                                      QStringLiteral(".doc"), QString(), QString())
-                                        .isEmpty());
+    if (needs.word)
+        OpenWordProcessor(m_state, QStringLiteral("doc"), m_preferences.WordFolder, FirstPanel);
+    if (needs.wordPerfect)
+        OpenWordProcessor(m_state, QStringLiteral("wpd"), m_preferences.WordFolder, FirstPanel);
     m_journal = RunJournal::Begin(m_state, OutputSettings());
     m_active = true;
     emit RunStarted();

@@ -4,6 +4,7 @@
 
 #include "engine/item_frame.h"
 #include "engine/run_driver.h"
+#include "engine/word_processor.h"
 
 #include <QObject>
 #include <QPointer>
@@ -61,6 +62,9 @@ public:
 
     /// The item form on the screen, if any.
     QWidget* CurrentForm() const;
+
+    /// The launcher's first status panel, for what the loading has to announce.
+    StatusPanel FirstPanel;
 
 signals:
     /// The subject form has taken the subject and the condition; the loading begins.

@@ -24,6 +24,7 @@
 #include <QKeyEvent>
 #include <QLineEdit>
 #include <QMouseEvent>
+#include <QPointer>
 #include <QTimer>
 #include <QWidget>
 
@@ -134,7 +135,11 @@ public:
 private:
     void OpenSubjectEntry() {
         m_started = false;
+        m_entryWaits = false;
+        if (!m_firstSession)
+            ReturnToExperiment();
         fCodes* codes = m_session.OpenSubjectEntry();
+        m_codes = codes;
         if (m_finished || m_started) {
             m_firstSession = false;
             return ScheduleStep();
@@ -151,12 +156,24 @@ private:
         codes->show();
         codes->bOK_Click();
         if (!m_started && !m_finished) {
+            // The script goes on as the operator would: type the ID again and press OK.
             m_boxes.Note(
                 QStringLiteral("the subject form still waits: the second entry of the subject "
                                "ID did not match"));
-            return Finish(UnattendedExit::NotStarted);
+            m_entryWaits = true;
+            codes->activateWindow();
         }
         ScheduleStep();
+    }
+
+    // The next session opens the experiment again, as the launcher's "Run last selection
+    // again" does: the end of a run has cut the extension from the name its data files take.
+    void ReturnToExperiment() {
+        const QFileInfo file(m_state.ExperimentFile);
+        m_state.ExperimentFileName = file.fileName();
+        m_state.ExperimentFolder = file.absolutePath();
+        QString folder = m_state.ExperimentFolder;
+        ChangeToFolder(folder);
     }
 
     void ScheduleStep() {
@@ -165,10 +182,16 @@ private:
     }
 
     void Step() {
-        if (m_finished || !m_session.RunActive())
+        if (m_started)
+            m_entryWaits = false;
+        if (m_finished || !(m_session.RunActive() || m_entryWaits))
             return;
-        if (m_next >= m_actions.size())
-            return PressEndKey();
+        if (m_next >= m_actions.size()) {
+            if (m_session.RunActive())
+                return PressEndKey();
+            m_boxes.Note(QStringLiteral("the script is used up while the subject form waits"));
+            return Finish(UnattendedExit::NotStarted);
+        }
         const ScriptAction& action = m_actions[m_next++];
         switch (action.kind) {
         case ScriptActionKind::Wait:
@@ -177,12 +200,12 @@ private:
             m_answers.Push(action.text);
             break;
         case ScriptActionKind::Key:
-            if (QWidget* target = InputTarget(m_session))
+            if (QWidget* target = Target())
                 SendKey(target, action.key, action.modifiers, action.text);
             break;
         case ScriptActionKind::Type:
             for (const QChar c : action.text) {
-                if (QWidget* target = InputTarget(m_session))
+                if (QWidget* target = Target())
                     SendKey(target, Qt::Key(c.toUpper().unicode()), Qt::NoModifier, QString(c));
             }
             break;
@@ -192,6 +215,14 @@ private:
             break;
         }
         ScheduleStep();
+    }
+
+    // A waiting subject form takes the input in its focused box, whether or not the window
+    // system has made it the active window yet.
+    QWidget* Target() const {
+        if (m_entryWaits && m_codes && m_codes->focusWidget())
+            return m_codes->focusWidget();
+        return InputTarget(m_session);
     }
 
     void PointAt(const ScriptAction& action) {
@@ -257,6 +288,8 @@ private:
     bool m_nextSession = false;
     bool m_firstSession = true;
     bool m_started = false;
+    QPointer<fCodes> m_codes;
+    bool m_entryWaits = false; // the subject form is on the screen, its OK not yet taken
     int m_status = 0;
 };
 

@@ -92,6 +92,13 @@ fBlue::fBlue(RunState& state, Preferences& preferences, FileDialogs& dialogs, De
     // The run asks for the next session from inside its last step: that step ends first.
     connect(m_session.get(), &RunSession::NextSessionRequested, this,
             [this] { QTimer::singleShot(0, this, [this] { mRunAgain_Click(1); }); });
+    m_session->FirstPanel.text = [this] { return m_panels[1]->text(); };
+    m_session->FirstPanel.show = [this](const QString& text) {
+        SetPanel(1, text);
+        // The search that follows holds the thread: the panel is drawn before it.
+        m_panels[1]->repaint();
+        QApplication::processEvents();
+    };
 }
 
 fBlue::~fBlue() = default;

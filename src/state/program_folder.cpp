@@ -6,6 +6,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QStandardPaths>
+#include <QStringList>
 
 namespace corvane {
 
@@ -15,6 +16,12 @@ QString& OverridePath() {
     static QString path;
     return path;
 }
+
+// The folders that the program's menus and files expect, whether or not a resource fills them:
+// the recent experiments go to ini, the editor is looked for in its own folder.
+const QStringList kProgramFolders{QStringLiteral("styles"),    QStringLiteral("graphics"),
+                                  QStringLiteral("ini"),       QStringLiteral("help"),
+                                  QStringLiteral("utilities"), QStringLiteral("experiment editor")};
 
 QString ExecutableFolder() {
     return QCoreApplication::instance() ? QCoreApplication::applicationDirPath()
@@ -58,6 +65,9 @@ bool ProgramFolder::Seed(QString* problem) {
                 QStringLiteral("' can not be made. Check the permissions of its parent folder.");
         return false;
     }
+    bool allMade = true;
+    for (const QString& folder : kProgramFolders)
+        allMade = QDir(target).mkpath(folder) && allMade;
     const QString resources = ResourcesPath();
     if (resources.isEmpty()) {
         if (problem)
@@ -81,10 +91,13 @@ bool ProgramFolder::Seed(QString* problem) {
         else
             allCopied = false;
     }
-    if (!allCopied && problem)
+    if (!allMade && problem)
+        *problem = QStringLiteral("Some folders could not be made in the program folder '") +
+                   target + QStringLiteral("'.");
+    else if (!allCopied && problem)
         *problem = QStringLiteral("Some files could not be copied into the program folder '") +
                    target + QStringLiteral("'.");
-    return allCopied;
+    return allMade && allCopied;
 }
 
 QString ProgramFolder::FilePath(const QString& relative) {

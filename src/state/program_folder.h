@@ -15,8 +15,9 @@ public:
     static void SetPath(const QString& path);
     /// Where the installed resources are: beside the executable's share folder, or the build's.
     static QString ResourcesPath();
-    /// Copies every resource that the folder lacks; what is there already is kept, so that a
-    /// laboratory's own edits survive. False with a reason when the folder can't be made.
+    /// Makes the folder with its styles, graphics, ini, help, utilities and experiment editor
+    /// folders, and copies every resource that it lacks; what is there already is kept, so that
+    /// a laboratory's own edits survive. False with a reason when something can't be made.
     static bool Seed(QString* problem = nullptr);
     /// A file of the folder.
     static QString FilePath(const QString& relative);

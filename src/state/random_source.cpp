@@ -6,7 +6,10 @@ namespace corvane {
 
 StandardRandomSource::StandardRandomSource(std::optional<quint64> fixedSeed)
     : m_fixedSeed(fixedSeed) {
-    Seed();
+    if (m_fixedSeed)
+        m_engine.seed(*m_fixedSeed);
+    else
+        Seed();
 }
 
 double StandardRandomSource::Next() {
@@ -15,10 +18,8 @@ double StandardRandomSource::Next() {
 }
 
 void StandardRandomSource::Seed() {
-    if (m_fixedSeed) {
-        m_engine.seed(*m_fixedSeed);
+    if (m_fixedSeed)
         return;
-    }
     const auto now = std::chrono::system_clock::now().time_since_epoch();
     const auto ns = std::chrono::duration_cast<std::chrono::nanoseconds>(now).count();
     m_engine.seed(quint64(ns) ^ (quint64(std::random_device{}()) << 32));

@@ -13,11 +13,14 @@ public:
     virtual ~RandomSource() = default;
     /// The next number, uniform on [0, 1).
     virtual double Next() = 0;
-    /// Seeds the generator afresh: from the time of day, or from the fixed seed when one is set.
+    /// Seeds the generator afresh from the time of day. A generator given a fixed seed has taken
+    /// it once, when it was made, and goes on with its one sequence.
     virtual void Seed() = 0;
 };
 
-/// A 64-bit Mersenne twister, seeded from the clock unless a fixed seed is given.
+/// A 64-bit Mersenne twister, seeded from the clock unless a fixed seed is given. A fixed seed
+/// is taken once: reseeding it at each shuffle would draw the same numbers for the items'
+/// groups and for their blocks, so that the two levels of an order would move together.
 class StandardRandomSource : public RandomSource {
 public:
     explicit StandardRandomSource(std::optional<quint64> fixedSeed = std::nullopt);

@@ -4,6 +4,7 @@
 #include "definition_fixtures.h"
 #include "engine/fCodes.h"
 #include "engine/run_session.h"
+#include "engine/word_processor.h"
 #include "launcher/desktop.h"
 #include "launcher/fBlue.h"
 #include "launcher/file_dialogs.h"
@@ -20,6 +21,7 @@
 #include <QMenu>
 #include <QMenuBar>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QSettings>
 #include <QSignalSpy>
 #include <QStatusBar>
@@ -101,7 +103,6 @@ private slots:
         ProgramFolder::SetPath(m_dir->filePath("program"));
         QString problem;
         QVERIFY2(ProgramFolder::Seed(&problem), qPrintable(problem));
-        QDir().mkpath(m_dir->filePath("program/ini"));
         QSettings(QSettings::IniFormat, QSettings::UserScope, "Corvane", "Corvane").clear();
         QDir::setCurrent(m_dir->path());
         m_boxes.clear();
@@ -455,6 +456,64 @@ private slots:
         QVERIFY(std::any_of(m_boxes.begin(), m_boxes.end(),
                             [](const MessageBox& box) { return box.title == "Participant s1"; }));
         QVERIFY(QFileInfo::exists(m_dir->filePath("data/byquestionnaire")));
+    }
+
+    void nextSessionsOfTheAutostartListKeepTheExperimentsFileNames() {
+        const QString exp = Experiment("study.exp");
+        WriteBytes(m_dir->filePath("autostart.txt"), "21,1\r\n22,1\r\n");
+        fBlue& launcher = Start();
+        QSignalSpy finished(&launcher.Session(), &RunSession::RunFinished);
+        launcher.OpenFile(exp);
+        for (const QString subject : {"21", "22"}) {
+            QTRY_VERIFY(launcher.Session().RunActive());
+            QCOMPARE(m_state->SubjectID, subject);
+            launcher.Session().Driver().OperatorKeys(true, true); // the data are written
+            QVERIFY(!launcher.Session().RunActive());
+        }
+        // The list is used up: the third session falls back to the form.
+        QTRY_VERIFY(VisibleSubjectForm());
+        QCOMPARE(finished.size(), 2);
+        QCOMPARE(
+            std::count_if(m_boxes.begin(), m_boxes.end(),
+                          [](const MessageBox& box) { return box.text == "Begin next session?"; }),
+            2);
+        const QDir data(m_dir->filePath("data/byquestionnaire"));
+        QCOMPARE(data.entryList(QDir::Files),
+                 QStringList({"question_order.csv", "study.csv", "study.sps", "study.txt"}));
+        QCOMPARE(
+            FileLines(data.filePath("study.txt")).filter(QRegularExpression("^'2[12]','1'")).size(),
+            2);
+    }
+
+    void documentsAreAnnouncedWhileTheirWordProcessorIsLookedFor() {
+        MakeDefinition(m_dir->path(), "q.que",
+                       QuestionnaireHeader() +
+                           "1,scale response,Fine?,fine,(p2),0,0,yes,yes,no,,no,Yes,1,none,none\n");
+        WriteBytes(m_dir->filePath("letter.doc"), "a letter");
+        const QString exp = MakeDefinition(m_dir->path(), "docs.exp",
+                                           "Condition,position,file\n1,1,letter.doc\n1,2,q.que\n");
+        QDir().mkpath(m_dir->filePath("office"));
+        const QString office = m_dir->filePath("office/soffice");
+        WriteBytes(office, "#!/bin/sh\nexit 0\n");
+        QFile::setPermissions(office, QFile::permissions(office) | QFileDevice::ExeOwner);
+        fBlue& launcher = Start();
+        launcher.show();
+        m_preferences->WordFolder = m_dir->filePath("office");
+        // What the panel shows each time the loading sets it.
+        QStringList shown;
+        StatusPanel& panel = launcher.Session().FirstPanel;
+        panel.show = [this, show = panel.show, &shown](const QString& text) {
+            show(text);
+            shown << Panel(1);
+        };
+        launcher.OpenFile(exp);
+        fCodes* codes = VisibleSubjectForm();
+        QVERIFY(codes);
+        codes->bOK_Click();
+        QVERIFY(launcher.Session().RunActive());
+        QCOMPARE(shown, QStringList({"Accessing Microsoft Word ... one moment", exp}));
+        QCOMPARE(m_state->WordFound, True);
+        launcher.Session().Driver().OperatorKeys(true, true);
     }
 
     void aFileFromTheDesktopOpensAsTheRunMenusWould() {

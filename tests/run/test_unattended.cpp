@@ -1,6 +1,8 @@
 // Unattended runs of the program, as an experimenter pilots an experiment: the walk of two
-// conditions, the loader's refusals, the autostart list, the subject check, scripts and exits.
+// conditions, the loader's refusals, the autostart list, the subject check, scripts and exits,
+// the program's folder, an alternate data folder and the word processor that documents need.
 #include "definition_fixtures.h"
+#include "preferences/preference_file.h"
 
 #include <QProcess>
 #include <QRegularExpression>
@@ -29,6 +31,7 @@ class TestUnattended : public QObject {
     Q_OBJECT
 
     std::unique_ptr<QTemporaryDir> m_dir;
+    QHash<QString, QString> m_env; // set for the runs of one test
 
     QString Path(const QString& name) const { return QDir(m_dir->path()).filePath(name); }
 
@@ -48,6 +51,8 @@ class TestUnattended : public QObject {
         env.insert("XDG_DATA_HOME", Path("xdg"));
         env.insert("XDG_CONFIG_HOME", Path("xdg-config"));
         env.insert("QT_QPA_PLATFORM", "offscreen");
+        for (auto it = m_env.cbegin(); it != m_env.cend(); ++it)
+            env.insert(it.key(), it.value());
         process.setProcessEnvironment(env);
         process.start(CORVANE_BIN, args + extra);
         RunResult result;
@@ -58,6 +63,12 @@ class TestUnattended : public QObject {
         result.log =
             QString::fromUtf8(ReadAll(Path("messages.log"))).split('\n', Qt::SkipEmptyParts);
         return result;
+    }
+
+    // The default preferences of the program's folder, as the laboratory set them.
+    void SetPreferences(const corvane::PreferenceRecord& record) {
+        QDir().mkpath(Path("xdg/corvane/styles"));
+        corvane::WritePreferenceFile(Path("xdg/corvane/styles/default.cvp"), record);
     }
 
     void Study() {
@@ -77,6 +88,7 @@ class TestUnattended : public QObject {
 private slots:
     void init() {
         m_dir = std::make_unique<QTemporaryDir>();
+        m_env.clear();
         Study();
     }
 
@@ -99,6 +111,10 @@ private slots:
                 "every experimental run.\r\nThe purpose of this information is to allow other "
                 "programs running at the\r\nsame time to access subject and condition IDs.\r\n\r\n"
                 "The value for each variable always begins in the 11th column.\r\n"));
+        // The program's folder was made on this first start, with all its folders.
+        for (const QString folder :
+             {"styles", "graphics", "ini", "help", "utilities", "experiment editor"})
+            QVERIFY2(QFileInfo(Path("xdg/corvane/" + folder)).isDir(), qPrintable(folder));
     }
 
     void aWaitingItemIsEndedWhenTheScriptIsUsedUp() {
@@ -151,7 +167,7 @@ private slots:
     }
 
     void autostartListRunsOneSessionPerRow() {
-        WriteBytes(Path("autostart.txt"), "21,a\r\n22,B\r\n");
+        WriteBytes(Path("autostart.txt"), "21,a\r\n22,B\r\n23,a\r\n");
         MakeDefinition(m_dir->path(), "study.exp",
                        "Condition,position,file\nA,1,second.que\nA,2,empty.que\nB,1,second.que\n"
                        "B,2,second.que\n");
@@ -159,24 +175,110 @@ private slots:
                        "questionnumber,QuestionType,VariableName\n1,essay,e\n");
         const RunResult result = Run("study.exp", "1", "x");
         QCOMPARE(result.exitCode, 0);
-        QCOMPARE(ReadAll(Path("autostart.txt")), QByteArray("21,a*\r\n22,B*\r\n"));
+        QCOMPARE(ReadAll(Path("autostart.txt")), QByteArray("21,a*\r\n22,B*\r\n23,a*\r\n"));
         QCOMPARE(result.log.first(), "Corvane\tUse autostart file?\tyes");
-        QCOMPARE(result.log.filter("Begin next session?").size(), 2);
+        QCOMPARE(result.log.filter("Begin next session?").size(), 3);
         QVERIFY(result.log.filter("The autostart list has been completed.").size() == 1);
         const QByteArray order =
             WithoutTimes(ReadAll(Path("data/byquestionnaire/question_order.csv")));
         QVERIFY(order.startsWith("21,a,hh:mm:ss,second.que,empty.que\r\n"));
         QVERIFY(order.contains("\r\n22,B,hh:mm:ss,second.que,second.que\r\n"));
+        QVERIFY(order.contains("\r\n23,a,hh:mm:ss,second.que,empty.que\r\n"));
+        // Every session writes to the experiment's own files, one record each.
+        QCOMPARE(QDir(Path("data/byquestionnaire")).entryList(QDir::Files),
+                 QStringList({"question_order.csv", "study.csv", "study.sps", "study.txt"}));
+        // The text file quotes the subject, the table doesn't.
+        const QByteArray text = ReadAll(Path("data/byquestionnaire/study.txt"));
+        const QByteArray table = ReadAll(Path("data/byquestionnaire/study.csv"));
+        for (const QByteArray row : {"21,a", "22,B", "23,a"}) {
+            const QList<QByteArray> ids = row.split(',');
+            QVERIFY2(text.contains("\n'" + ids[0] + "','" + ids[1] + "'") ||
+                         text.startsWith("'" + ids[0] + "','" + ids[1] + "'"),
+                     row.constData());
+            QVERIFY2(table.contains("\n" + row + ","), row.constData());
+        }
     }
 
-    void verifySubjectRefusesAnotherIdentifier() {
+    void verifySubjectWaitsForTheSameIdentifier() {
         WriteBytes(Path("verifysubject.txt"), "");
         RunResult result = Run("study.exp", "31", "b", "answer 3l\n");
         QCOMPARE(result.exitCode, 1);
         QCOMPARE(result.log.first(), "Verify\tPlease re-enter Subject ID\t3l");
+        QVERIFY(result.log.last().contains("the script is used up while the subject form waits"));
         QVERIFY(!QDir(Path("data")).exists());
         result = Run("study.exp", "31", "b", "answer 31\nwait 200\nkey 1\nwait 200\nkey 1\n");
         QCOMPARE(result.exitCode, 0);
+        // A mismatch leaves the form waiting; the ID typed again and OK start the run.
+        QDir(Path("data")).removeRecursively();
+        result =
+            Run("study.exp", "31", "b",
+                "answer 3l\ntype 32\nanswer 32\nclick bOK\nwait 200\nkey 1\nwait 200\nkey 1\n");
+        QCOMPARE(result.exitCode, 0);
+        QCOMPARE(result.log.filter("Verify\t").size(), 2);
+        QCOMPARE(result.log.filter("Verify\t").last(), "Verify\tPlease re-enter Subject ID\t32");
+        QVERIFY(ReadAll(Path("data/byquestionnaire/question_order.csv")).startsWith("32,b,"));
+    }
+
+    void anAlternateDataFolderTakesOnlyTheData() {
+        // The experiment names its questionnaires relative to its own folder.
+        corvane::PreferenceRecord preferences;
+        preferences.AlternateDataFolder = Path("lab data");
+        SetPreferences(preferences);
+        const RunResult result = Run("study.exp", "12", "a", "wait 400\nkey 1\nwait 300\nkey 2\n");
+        QCOMPARE(result.exitCode, 0);
+        QVERIFY2(!result.log.isEmpty() && result.log.last().startsWith("Participant 12\t"),
+                 qPrintable(result.log.join('\n')));
+        QVERIFY(
+            ReadAll(Path("lab data/study/data/byquestionnaire/study.txt")).startsWith("'12','a'"));
+        QVERIFY(!QDir(Path("data")).exists());
+    }
+
+    void documentsLookForTheirWordProcessor_data() {
+        QTest::addColumn<QString>("document");
+        QTest::addColumn<QString>("folder"); // the preferences' word processor folder
+        QTest::addColumn<bool>("program");   // the folder holds the office program
+        QTest::addColumn<QString>("warning");
+        QTest::addColumn<bool>("found");
+        const QString skipped = " can not be found. This item will be skipped.";
+        QTest::newRow("no folder") << "letter.doc"
+                                   << "" << false << "" << false;
+        QTest::newRow("a folder without it")
+            << "letter.doc"
+            << "office" << false << "Microsoft Word" + skipped << false;
+        QTest::newRow("a folder with it") << "letter.doc"
+                                          << "office" << true << "" << true;
+        QTest::newRow("wordperfect") << "letter.wpd"
+                                     << "office" << false << "WordPerfect" + skipped << false;
+    }
+    void documentsLookForTheirWordProcessor() {
+        QFETCH(QString, document);
+        QFETCH(QString, folder);
+        QFETCH(bool, program);
+        QFETCH(QString, warning);
+        QFETCH(bool, found);
+        WriteBytes(Path(document), "a letter");
+        MakeDefinition(m_dir->path(), "docs.exp",
+                       "Condition,position,file\na,1," + document + "\na,2,first.que\n");
+        corvane::PreferenceRecord preferences;
+        if (!folder.isEmpty()) {
+            preferences.WordFolder = Path(folder);
+            QDir().mkpath(Path(folder));
+        }
+        if (program) {
+            WriteBytes(Path(folder + "/soffice"), "#!/bin/sh\nexit 0\n");
+            QFile::setPermissions(Path(folder + "/soffice"),
+                                  QFile::permissions(Path(folder + "/soffice")) |
+                                      QFileDevice::ExeOwner);
+        }
+        SetPreferences(preferences);
+        QDir().mkpath(Path("bin")); // a search path without an office program
+        m_env.insert("PATH", Path("bin"));
+        const RunResult result = Run("docs.exp", "1", "a", "wait 400\nkey 1\nwait 300\nkey 2\n");
+        QCOMPARE(result.exitCode, 0);
+        const QStringList warnings = result.log.filter(" can not be found. This item");
+        QCOMPARE(warnings,
+                 warning.isEmpty() ? QStringList() : QStringList{"Corvane\t" + warning + "\tok"});
+        QCOMPARE(result.log.filter("A Word document has been requested").size(), found ? 0 : 1);
     }
 
     void aSingleQuestionnaireRunsThroughTheTemplate() {
