@@ -9,7 +9,12 @@ set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 root=$(cd "$here/../.." && pwd)
 build=$(cd "${1:-$root/build}" && pwd)
-tools=$root/../shared/tools/blackbox
+# The black-box tool of the development tools: BLACKBOX_DIR, or the shared folder beside the tree.
+tools=${BLACKBOX_DIR:-}
+for candidate in "$root/../shared/tools/blackbox" "$root/../../shared/tools/blackbox"; do
+    [ -z "$tools" ] && [ -f "$candidate/blackbox.c" ] && tools=$(cd "$candidate" && pwd)
+done
+[ -n "$tools" ] || { echo "blackbox.c not found: set BLACKBOX_DIR" >&2; exit 1; }
 work=$(mktemp -d)
 trap 'kill ${xvfb:-} ${corvane:-} 2>/dev/null || true; rm -rf "$work"' EXIT
 
