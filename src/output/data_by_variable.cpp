@@ -91,8 +91,7 @@ void SortByName(std::vector<FlatEntry>& flat) {
         rank[byName[i]] = next;
     }
     ScreenKeeper keeper;
-    const std::vector<std::size_t> order =
-        ExchangeSortOrder(rank, [&](long long) { keeper.Yield(); });
+    const std::vector<std::size_t> order = ExchangeSortOrder(rank, [&] { keeper.Yield(); });
     std::vector<FlatEntry> sorted;
     sorted.reserve(flat.size());
     for (const std::size_t from : order)
