@@ -21,8 +21,8 @@ xcb_connection_t* X11Connection() {
 // whose events nothing else reads.
 class ScreenStamper {
 public:
-    static ScreenStamper* Instance() {
-        static ScreenStamper stamper;
+    static ScreenStamper* Instance(xcb_connection_t* program) {
+        static ScreenStamper stamper(program);
         return stamper.m_window ? &stamper : nullptr;
     }
 
@@ -34,19 +34,23 @@ public:
 
     // The server's time of the change. Its event left the server before the reply of the round
     // trip that followed the change, so it is here or on its way.
+    // A change that doesn't come back (another server, a lost connection) turns the stamps off
+    // for good, so that no later item waits for one.
     std::optional<qint32> Take() {
         std::optional<qint32> time = Drain();
-        for (int tries = 0; !time && tries < 10; ++tries) {
+        for (int tries = 0; !time && tries < 2; ++tries) {
             pollfd ready{xcb_get_file_descriptor(m_own), POLLIN, 0};
             if (::poll(&ready, 1, 10) < 0)
                 break;
             time = Drain();
         }
+        if (!time)
+            m_window = 0;
         return time;
     }
 
 private:
-    ScreenStamper() {
+    explicit ScreenStamper(xcb_connection_t* program) {
         m_own = xcb_connect(nullptr, nullptr);
         if (xcb_connection_has_error(m_own))
             return;
@@ -67,6 +71,14 @@ private:
             XCB_COPY_FROM_PARENT, XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK, values);
         if (xcb_generic_error_t* error = xcb_request_check(m_own, made)) {
             std::free(error);
+            return;
+        }
+        // The program's connection must see the window: both talk to the same server.
+        xcb_generic_error_t* unseen = nullptr;
+        std::free(xcb_get_window_attributes_reply(
+            program, xcb_get_window_attributes(program, window), &unseen));
+        if (unseen) {
+            std::free(unseen);
             return;
         }
         m_window = window;
@@ -97,7 +109,7 @@ std::optional<qint32> WaitForScreen() {
     xcb_connection_t* connection = X11Connection();
     if (!connection)
         return std::nullopt;
-    ScreenStamper* stamper = ScreenStamper::Instance();
+    ScreenStamper* stamper = ScreenStamper::Instance(connection);
     if (stamper)
         stamper->Request(connection);
     // A request with a reply: when it comes back, the server has handled all that went before.
