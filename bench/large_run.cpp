@@ -85,6 +85,12 @@ std::optional<RunTimes> OneRun(const QString& folder, QTextStream& log) {
     return times;
 }
 
+// The platform's notes (the offscreen one can't lower a window) would mix with the figures.
+void OnlyFaults(QtMsgType type, const QMessageLogContext&, const QString& message) {
+    if (type == QtCriticalMsg || type == QtFatalMsg)
+        QTextStream(stderr) << "qt: " << message << Qt::endl;
+}
+
 double Median(std::vector<double> values) {
     std::sort(values.begin(), values.end());
     return values[values.size() / 2];
@@ -98,6 +104,7 @@ int main(int argc, char* argv[]) {
     QTemporaryDir home;
     qputenv("XDG_CONFIG_HOME", home.filePath(QStringLiteral("config")).toLocal8Bit());
     qputenv("XDG_DATA_HOME", home.filePath(QStringLiteral("data")).toLocal8Bit());
+    qInstallMessageHandler(OnlyFaults);
     QApplication app(argc, argv);
     QTextStream out(stdout);
     const int runs = argc > 1 ? std::max(1, atoi(argv[1])) : 5;
