@@ -3,7 +3,7 @@
 // item count x longest list cells per table; these grow with the columns that exist.
 //
 //   build/bench/bench_variable_tables
-#include "definitions/definition_writer.h"
+#include "big_experiment.h"
 #include "definitions/experiment_loader.h"
 #include "state/run_state.h"
 
@@ -12,38 +12,15 @@
 #include <QElapsedTimer>
 #include <QTemporaryDir>
 #include <QTextStream>
-
 #include <malloc.h>
 
 using namespace corvane;
+using namespace corvane::bench;
 
 namespace {
 
-constexpr int kQuestionnaires = 50;
-constexpr int kItems = 500;
-constexpr int kListEntries = 100;
-
-size_t HeapInUse() { return mallinfo2().uordblks; }
-
-void MakeExperiment(const QString& folder) {
-    QString experiment = QStringLiteral("Condition,position,file\n");
-    for (int q = 1; q <= kQuestionnaires; ++q) {
-        QString items = QStringLiteral("questionnumber,QuestionType,VariableName,Parameters,"
-                                       "WriteData,WriteRT\n");
-        for (int i = 1; i <= kItems; ++i) {
-            const bool list = q == 1 && i == 1;
-            items += QStringLiteral("%1,%2,q%3_i%1,%4,yes,yes\n")
-                         .arg(i)
-                         .arg(list ? QStringLiteral("Thought Listing") : QStringLiteral("scale response"))
-                         .arg(q)
-                         .arg(list ? QStringLiteral("(n%1)").arg(kListEntries) : QStringLiteral("(p5)"));
-        }
-        const QString name = QStringLiteral("q%1.que").arg(q);
-        CreateDefinitionFile(QDir(folder).filePath(name), name, items, DefinitionKind::Questionnaire, 4.0);
-        experiment += QStringLiteral("a,%1,%2\n").arg(q).arg(name);
-    }
-    CreateDefinitionFile(QDir(folder).filePath(QStringLiteral("big.exp")), QStringLiteral("big.exp"),
-                         experiment, DefinitionKind::Experiment, std::nullopt);
+size_t HeapInUse() {
+    return mallinfo2().uordblks;
 }
 
 } // namespace
@@ -52,7 +29,7 @@ int main(int argc, char* argv[]) {
     QCoreApplication app(argc, argv);
     QTextStream out(stdout);
     QTemporaryDir dir;
-    MakeExperiment(dir.path());
+    MakeBigExperiment(dir.path());
     QDir::setCurrent(dir.path());
 
     RunState state;
@@ -76,8 +53,8 @@ int main(int argc, char* argv[]) {
     out << "experiment: " << kQuestionnaires << " questionnaires x " << kItems
         << " items, one list of " << kListEntries << " entries\n";
     out << "load and scan: " << ms << " ms\n";
-    out << "column cells held: " << state.Variables.CellCount() << " (dense tables: "
-        << qint64(denseCells) << " cells per table)\n";
+    out << "column cells held: " << state.Variables.CellCount()
+        << " (dense tables: " << qint64(denseCells) << " cells per table)\n";
     out << "heap after loading, tables and file list included: "
         << QString::number(double(after - before) / (1024.0 * 1024.0), 'f', 1) << " MiB\n";
     out << "dense column table alone would be at least "

@@ -135,7 +135,7 @@ void MeasureItem(RunState& state, const RecordSet& row, const QString& file, Can
 
 // Second pass: every questionnaire must open and hold items; their sizes set the tables.
 void MeasureQuestionnaires(RunState& state, LoadPosition& at, const ExperimentLoadHooks& hooks,
-                           ExperimentNeeds& needs) {
+                           ExperimentNeeds& needs, std::vector<RecordSet>& measured) {
     Candidates candidates;
     at.scanningQuestionnaires = true;
     if (state.NumQuestionnaires == 0)
@@ -149,6 +149,7 @@ void MeasureQuestionnaires(RunState& state, LoadPosition& at, const ExperimentLo
             rows.MoveNext();
         }
         candidates.maxItems = std::max(candidates.maxItems, double(rows.RecordCount()));
+        measured.push_back(std::move(rows)); // the scan reads them again
     }
     state.MaxItems = RoundToInt16(candidates.maxItems);
     state.MaxResponses = RoundToInt16(candidates.maxResponses);
@@ -267,10 +268,11 @@ bool ReadExperimentInfo(RunState& state, const ExperimentLoadHooks& hooks, Exper
     LoadPosition at;
     try {
         CollectQuestionnaires(state, needs);
-        MeasureQuestionnaires(state, at, hooks, needs);
+        std::vector<RecordSet> measured;
+        MeasureQuestionnaires(state, at, hooks, needs, measured);
         BuildFileList(state, at);
         if (state.NumQuestionnaires != 0) {
-            ScanVariables(state);
+            ScanVariables(state, &measured);
             if (hooks.WriteQuestionnaireSyntax)
                 hooks.WriteQuestionnaireSyntax();
         }

@@ -13,6 +13,9 @@ RecordSet::RecordSet(QString source, QStringList columns, std::vector<std::vecto
         if (!m_index.contains(key))
             m_index.insert(key, c);
     }
+    // Callers name columns as the files spell them: those lookups need no lower-casing.
+    for (const QString& column : std::as_const(m_columns))
+        m_exact.insert(column, m_index.value(column.toLower()));
 }
 
 void RecordSet::MoveFirst() {
@@ -38,6 +41,8 @@ bool RecordSet::Eof() const {
 }
 
 int RecordSet::ColumnIndex(const QString& name) const {
+    if (const auto exact = m_exact.constFind(name); exact != m_exact.cend())
+        return *exact;
     const auto found = m_index.constFind(name.toLower());
     if (found == m_index.cend())
         raise(ErrorNumber::ItemNotFound,

@@ -50,6 +50,7 @@ private:
     QString m_source;
     QStringList m_columns;
     QHash<QString, int> m_index; // lower-case name -> column
+    QHash<QString, int> m_exact; // name as the file spells it -> the column m_index gives
     std::vector<std::vector<FieldValue>> m_rows;
     qsizetype m_position = 0;
 };

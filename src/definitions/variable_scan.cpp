@@ -96,10 +96,16 @@ QString SuffixedName(const QString& name, int k) {
     return name + (k < 10 ? QStringLiteral("_0") : QStringLiteral("_")) + QString::number(k);
 }
 
-void ScanVariables(RunState& state) {
+void ScanVariables(RunState& state, std::vector<RecordSet>* measured) {
     state.Variables.Allocate({state.NumQuestionnaires, state.MaxItems, state.MaxResponses});
     for (int q = 1; q <= state.NumQuestionnaires; ++q) {
-        RecordSet rows = ReadQuestionnaireRowsInOrder(state.QuestionnaireNames.at(q));
+        RecordSet rows;
+        if (measured && std::size_t(q) <= measured->size()) {
+            rows = std::move((*measured)[std::size_t(q - 1)]);
+            rows.SortBy({QStringLiteral("questionnumber")});
+        } else {
+            rows = ReadQuestionnaireRowsInOrder(state.QuestionnaireNames.at(q));
+        }
         rows.MoveFirst();
         qint16 items = 0;
         state.Variables.SetItemCount(q, 0);

@@ -3,14 +3,18 @@
 #pragma once
 
 #include <QString>
+#include <vector>
 
 namespace corvane {
 
+class RecordSet;
 class RunState;
 
 /// Fills `ItemCount`, `VariableCount` and the column tables from all questionnaires. A rating
 /// item whose list is unknown is reported and ends the scan there; other faults are raised.
-void ScanVariables(RunState& state);
+/// `measured`, when given, holds each questionnaire's rows as read moments ago, in the order of
+/// the questionnaires, so that no file is read twice in one load.
+void ScanVariables(RunState& state, std::vector<RecordSet>* measured = nullptr);
 
 /// Warns when the condition presents one questionnaire more than once; the run goes on.
 void CheckRepeatedQuestionnaires(RunState& state);

@@ -302,9 +302,10 @@ qint32 ItemForm::ShowAndRead() {
 }
 
 qint32 ItemForm::DrawAndRead(QWidget* control) {
+    const qint32 before = m_run.state.Clock().Now();
     control->repaint();
-    WaitForScreen();
-    return m_run.state.Clock().Now();
+    const std::optional<qint32> shown = WaitForScreen();
+    return ScreenMoment(shown, before, m_run.state.Clock().Now());
 }
 
 qint32 ItemForm::EventTime(const QInputEvent* event) const {

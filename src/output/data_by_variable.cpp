@@ -1,5 +1,6 @@
 #include "output/data_by_variable.h"
 
+#include "output/exchange_order.h"
 #include "output/output_common.h"
 #include "output/syntax_text.h"
 #include "state/run_state.h"
@@ -7,6 +8,8 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QElapsedTimer>
+#include <algorithm>
 
 namespace corvane {
 
@@ -32,10 +35,19 @@ QString FixedName(const QString& name) {
 
 // The screen stays alive through a long sort; short ones don't yield at all, so nothing else
 // runs while a record is being made.
-void KeepScreenAlive(qint64 step) {
-    if (step % (1 << 20) == 0 && QCoreApplication::instance())
+class ScreenKeeper {
+public:
+    ScreenKeeper() { m_since.start(); }
+    void Yield() {
+        if (m_since.elapsed() < 100 || !QCoreApplication::instance())
+            return;
         QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
-}
+        m_since.restart();
+    }
+
+private:
+    QElapsedTimer m_since;
+};
 
 std::vector<FlatEntry> FlatTable(const RunState& state) {
     std::vector<FlatEntry> flat;
@@ -61,16 +73,30 @@ std::vector<FlatEntry> FlatTable(const RunState& state) {
 }
 
 // An exchange sort, not a stable one: the order in which equal names end up is part of the
-// merge rule, since the last of them wins.
+// merge rule, since the last of them wins. The names become ranks of the same binary order.
 void SortByName(std::vector<FlatEntry>& flat) {
-    qint64 step = 0;
-    for (std::size_t a = 0; a + 1 < flat.size(); ++a) {
-        for (std::size_t b = a + 1; b < flat.size(); ++b) {
-            if (QString::compare(flat[a].name, flat[b].name, Qt::CaseSensitive) > 0)
-                std::swap(flat[a], flat[b]);
-            KeepScreenAlive(++step);
-        }
+    std::vector<std::size_t> byName(flat.size());
+    for (std::size_t i = 0; i < flat.size(); ++i)
+        byName[i] = i;
+    auto compare = [&](std::size_t a, std::size_t b) {
+        return QString::compare(flat[a].name, flat[b].name, Qt::CaseSensitive);
+    };
+    std::sort(byName.begin(), byName.end(),
+              [&](std::size_t a, std::size_t b) { return compare(a, b) < 0; });
+    std::vector<int> rank(flat.size());
+    int next = 0;
+    for (std::size_t i = 0; i < byName.size(); ++i) {
+        if (i > 0 && compare(byName[i - 1], byName[i]) != 0)
+            ++next;
+        rank[byName[i]] = next;
     }
+    ScreenKeeper keeper;
+    const std::vector<std::size_t> order = ExchangeSortOrder(rank, [&] { keeper.Yield(); });
+    std::vector<FlatEntry> sorted;
+    sorted.reserve(flat.size());
+    for (const std::size_t from : order)
+        sorted.push_back(std::move(flat[from]));
+    flat = std::move(sorted);
 }
 
 QString TextSafe(QString value) {

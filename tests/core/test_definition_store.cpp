@@ -120,6 +120,30 @@ private slots:
         QVERIFY_RAISES(rows.MoveNext(), ErrorNumber::NoCurrentRecord);
     }
 
+    // Two columns whose names differ only in case: every spelling finds the first of them.
+    void aNameInAnyCaseFindsTheFirstColumnOfIt_data() {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("as the first is spelt") << "Name"
+                                               << "first";
+        QTest::newRow("as the second is spelt") << "NAME"
+                                                << "first";
+        QTest::newRow("in another case") << "nAmE"
+                                         << "first";
+        QTest::newRow("another column") << "OTHER"
+                                        << "third";
+    }
+    void aNameInAnyCaseFindsTheFirstColumnOfIt() {
+        QFETCH(QString, name);
+        QFETCH(QString, expected);
+        std::vector<std::vector<FieldValue>> table{{FieldValue::FromText("first"),
+                                                    FieldValue::FromText("second"),
+                                                    FieldValue::FromText("third")}};
+        RecordSet rows("t.que", {"Name", "NAME", "other"}, std::move(table));
+        rows.MoveFirst();
+        QCOMPARE(rows.Field(name).ToText(), expected);
+    }
+
     void fieldsByNameIgnoreCaseAndNullCannotBeConverted() {
         QTemporaryDir dir;
         RecordSet rows = ReadConditionRows(
