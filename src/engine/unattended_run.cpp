@@ -27,6 +27,7 @@
 #include <QThread>
 #include <QTimer>
 #include <QWidget>
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <cstdlib>
@@ -215,16 +216,40 @@ private:
                 SendKey(target, action.key, action.modifiers, action.text);
             break;
         case ScriptActionKind::Type:
-            for (const QChar c : action.text) {
-                if (QWidget* target = InputTarget(m_session))
-                    SendKey(target, Qt::Key(c.toUpper().unicode()), Qt::NoModifier, QString(c));
-            }
+            TypeText(action.text);
             break;
         case ScriptActionKind::Click:
         case ScriptActionKind::Drag:
             PointAt(action);
             break;
         }
+    }
+
+    // Item forms see every key on its own. The text box of a form shown modally (the exit
+    // password, an input box) takes a run of plain characters in one key event, as a keyboard
+    // with key compression delivers it: one insertion, where one per character costs time that
+    // grows with the square of the text's length.
+    void TypeText(const QString& text) {
+        QWidget* target = InputTarget(m_session);
+        if (IsModalTextBox(target) && IsPlainText(text)) {
+            SendKey(target, Qt::Key(text.at(0).toUpper().unicode()), Qt::NoModifier, text);
+            return;
+        }
+        for (const QChar c : text) {
+            if (QWidget* each = InputTarget(m_session))
+                SendKey(each, Qt::Key(c.toUpper().unicode()), Qt::NoModifier, QString(c));
+        }
+    }
+
+    static bool IsModalTextBox(const QWidget* target) {
+        const QWidget* modal = QApplication::activeModalWidget();
+        return target && modal && target->window() == modal &&
+               qobject_cast<const QLineEdit*>(target) != nullptr;
+    }
+
+    static bool IsPlainText(const QString& text) {
+        return !text.isEmpty() &&
+               std::all_of(text.begin(), text.end(), [](QChar c) { return c.isPrint(); });
     }
 
     void PointAt(const ScriptAction& action) {
