@@ -1,5 +1,8 @@
 #include "definitions/csv.h"
 
+#include <QStringDecoder>
+#include <algorithm>
+
 namespace corvane {
 
 namespace {
@@ -102,6 +105,65 @@ private:
 };
 
 } // namespace
+
+namespace {
+
+// Text without a byte-order mark in UTF-16 has a zero byte in every other place of its ASCII
+// characters, which a header row is made of; which place tells the byte order.
+std::optional<QStringConverter::Encoding> UnmarkedUtf16(const QByteArray& bytes) {
+    const qsizetype pairs = std::min<qsizetype>(bytes.size() / 2, 64);
+    if (pairs == 0)
+        return std::nullopt;
+    int zeroFirst = 0;
+    int zeroSecond = 0;
+    for (qsizetype i = 0; i < pairs; ++i) {
+        zeroFirst += bytes.at(2 * i) == 0 && bytes.at(2 * i + 1) != 0;
+        zeroSecond += bytes.at(2 * i) != 0 && bytes.at(2 * i + 1) == 0;
+    }
+    // Most of the first characters are ASCII, and UTF-8 text has no zero byte at all.
+    if (zeroSecond * 2 > pairs && zeroFirst == 0)
+        return QStringConverter::Utf16LE;
+    if (zeroFirst * 2 > pairs && zeroSecond == 0)
+        return QStringConverter::Utf16BE;
+    return std::nullopt;
+}
+
+std::optional<QString> Decode(const QByteArray& bytes, QStringConverter::Encoding encoding,
+                              qsizetype skip, const QString& name, QString* problem) {
+    QStringDecoder decoder(encoding, QStringConverter::Flag::Stateless);
+    QString text = decoder.decode(bytes.mid(skip));
+    if (decoder.hasError()) {
+        if (problem)
+            *problem = QStringLiteral("is not valid ") + name +
+                       QStringLiteral(" text; save it as CSV in UTF-8");
+        return std::nullopt;
+    }
+    return text;
+}
+
+} // namespace
+
+std::optional<QString> DecodeCsv(const QByteArray& bytes, QString* problem) {
+    if (bytes.startsWith(QByteArray("\xFF\xFE\x00\x00", 4)) ||
+        bytes.startsWith(QByteArray("\x00\x00\xFE\xFF", 4))) {
+        if (problem)
+            *problem = QStringLiteral("is in UTF-32, which is not read; save it as CSV in UTF-8");
+        return std::nullopt;
+    }
+    if (bytes.startsWith("\xEF\xBB\xBF"))
+        return Decode(bytes, QStringConverter::Utf8, 3, QStringLiteral("UTF-8"), problem);
+    if (bytes.startsWith("\xFF\xFE"))
+        return Decode(bytes, QStringConverter::Utf16LE, 2, QStringLiteral("UTF-16"), problem);
+    if (bytes.startsWith("\xFE\xFF"))
+        return Decode(bytes, QStringConverter::Utf16BE, 2, QStringLiteral("UTF-16"), problem);
+    if (const auto utf16 = UnmarkedUtf16(bytes))
+        return Decode(bytes, *utf16, 0, QStringLiteral("UTF-16"), problem);
+    const auto text = Decode(bytes, QStringConverter::Utf8, 0, QStringLiteral("UTF-8"), problem);
+    if (!text && problem)
+        *problem = QStringLiteral("is not UTF-8 or UTF-16 text (perhaps a code page such as "
+                                  "Windows-1252); save it as CSV in UTF-8");
+    return text;
+}
 
 std::vector<CsvRow> ParseCsv(const QString& text) {
     return CsvParser(text).Parse();

@@ -2,7 +2,9 @@
 // and line ends. Every cell remembers where it stood, so that errors can name line and column.
 #pragma once
 
+#include <QByteArray>
 #include <QString>
+#include <optional>
 #include <vector>
 
 namespace corvane {
@@ -22,6 +24,11 @@ struct CsvError {
     int column = 0;
     QString message;
 };
+
+/// The bytes of a CSV file as text: UTF-8 (a byte-order mark is passed over) or UTF-16 of
+/// either byte order, with or without its mark. No value for text in any other encoding, and
+/// `problem` then names the encoding found ("UTF-32", "not UTF-8 or UTF-16").
+std::optional<QString> DecodeCsv(const QByteArray& bytes, QString* problem);
 
 /// Parses the text into rows; blank lines are passed over. Raises `CsvError`.
 std::vector<CsvRow> ParseCsv(const QString& text);

@@ -70,4 +70,9 @@ QString KindName(DefinitionKind kind) {
                                               : QStringLiteral("questionnaire");
 }
 
+QString KindNameWithArticle(DefinitionKind kind) {
+    return (kind == DefinitionKind::Experiment ? QStringLiteral("an ") : QStringLiteral("a ")) +
+           KindName(kind);
+}
+
 } // namespace corvane

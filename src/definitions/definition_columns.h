@@ -20,5 +20,7 @@ const std::vector<ColumnSpec>& Table1Columns(DefinitionKind kind);
 /// The kind a file is by its ending (".que" questionnaire, else experiment).
 DefinitionKind KindOfFile(const QString& path);
 QString KindName(DefinitionKind kind);
+/// The kind's name with its article: "an experiment", "a questionnaire".
+QString KindNameWithArticle(DefinitionKind kind);
 
 } // namespace corvane

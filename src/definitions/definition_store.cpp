@@ -11,6 +11,9 @@ namespace corvane {
 
 namespace {
 
+// Lines of the database's own check shown when a file is damaged.
+constexpr std::size_t kCheckLinesShown = 5;
+
 QString Quoted(const QString& path) {
     return QLatin1Char('\'') + path + QLatin1Char('\'');
 }
@@ -42,11 +45,17 @@ QString QuotedIdentifier(const QString& name) {
 
 void Verify(SqliteFile& file, DefinitionKind kind) {
     const auto check = file.Query(QStringLiteral("PRAGMA quick_check"));
-    if (check.empty() || check.front().front().ToText() != QLatin1String("ok"))
+    if (check.empty() || check.front().front().ToText() != QLatin1String("ok")) {
+        // The database's own words come last, for whoever repairs the file.
+        QString found;
+        for (std::size_t line = 0; line < check.size() && line < kCheckLinesShown; ++line)
+            found += QStringLiteral("\n  ") + ForMessage(check[line].front().ToText());
         raise(ErrorNumber::DamagedDefinitionFile,
-              Quoted(file.Path()) + QStringLiteral(" is damaged (") +
-                  (check.empty() ? QString() : check.front().front().ToText()) +
-                  QStringLiteral("). Use a saved copy or make it again with corvane-def."));
+              Quoted(file.Path()) +
+                  QStringLiteral(" is damaged. Use a saved copy or make it again with "
+                                 "corvane-def.\nThe database check found:") +
+                  found);
+    }
 
     const auto unsafe = file.Query(QStringLiteral(
         "SELECT type, name FROM sqlite_master WHERE type IN ('trigger', 'view') LIMIT 1"));
@@ -58,9 +67,9 @@ void Verify(SqliteFile& file, DefinitionKind kind) {
 
     const QString table = TableName(file, QStringLiteral("Table1"));
     if (table.isEmpty())
-        raise(ErrorNumber::MissingTable,
-              Quoted(file.Path()) + QStringLiteral(" has no table Table1, so it is not an ") +
-                  KindName(kind) + QStringLiteral(" file."));
+        raise(ErrorNumber::MissingTable, Quoted(file.Path()) +
+                                             QStringLiteral(" has no table Table1, so it is not ") +
+                                             KindNameWithArticle(kind) + QStringLiteral(" file."));
 
     QSet<QString> present;
     for (const auto& row : file.Query(QStringLiteral("PRAGMA table_info(") +

@@ -4,6 +4,7 @@
 #include "definitions/definition_store.h"
 #include "definitions/sqlite_file.h"
 #include "state/error.h"
+#include "state/text.h"
 
 #include <QFile>
 #include <QHash>
@@ -80,14 +81,14 @@ FieldValue CellValue(const CsvCell& cell, const ColumnSpec& column, const QStrin
         if (auto value = ParseNumber(cell.text))
             return *value;
         throw DefinitionInputError(csvName, cell.line, cell.column,
-                                   QStringLiteral("'") + cell.text +
+                                   QStringLiteral("'") + ForMessage(cell.text) +
                                        QStringLiteral("' in column ") + column.name +
                                        QStringLiteral(" is not a number"));
     case ColumnType::YesNo:
         if (auto value = ParseYesNo(cell.text))
             return *value;
         throw DefinitionInputError(csvName, cell.line, cell.column,
-                                   QStringLiteral("'") + cell.text +
+                                   QStringLiteral("'") + ForMessage(cell.text) +
                                        QStringLiteral("' in column ") + column.name +
                                        QStringLiteral(" is not yes or no"));
     default:
@@ -106,9 +107,10 @@ std::vector<const ColumnSpec*> MatchHeader(const CsvRow& header, DefinitionKind 
         const ColumnSpec* column = byName.value(cell.text.trimmed().toLower(), nullptr);
         if (!column)
             throw DefinitionInputError(csvName, cell.line, cell.column,
-                                       QStringLiteral("'") + cell.text +
-                                           QStringLiteral("' is not a column of an ") +
-                                           KindName(kind) + QStringLiteral(" file's Table1"));
+                                       QStringLiteral("'") + ForMessage(cell.text) +
+                                           QStringLiteral("' is not a column of ") +
+                                           KindNameWithArticle(kind) +
+                                           QStringLiteral(" file's Table1"));
         if (std::find(matched.begin(), matched.end(), column) != matched.end())
             throw DefinitionInputError(csvName, cell.line, cell.column,
                                        QStringLiteral("column ") + column->name +

@@ -50,8 +50,9 @@ void CollectQuestionnaires(RunState& state, ExperimentNeeds& needs) {
     RecordSet rows = ReadExperimentRows(state.ExperimentFile);
     rows.MoveFirst();
     while (!rows.Eof()) {
-        const QString name =
-            ExtractParameters(rows.Field(QStringLiteral("File")).ToText(), state.Parameters);
+        const QString name = ReadRow(rows, [&] {
+            return ExtractParameters(rows.Field(QStringLiteral("File")).ToText(), state.Parameters);
+        });
         const QString ending = LastChars(name, 3).toUpper();
         if (ending == QLatin1String("DOC"))
             needs.word = true;
@@ -145,7 +146,7 @@ void MeasureQuestionnaires(RunState& state, LoadPosition& at, const ExperimentLo
         RecordSet rows = ReadQuestionnaireRows(file);
         rows.MoveFirst();
         while (!rows.Eof()) {
-            MeasureItem(state, rows, file, candidates, hooks, needs);
+            ReadRow(rows, [&] { MeasureItem(state, rows, file, candidates, hooks, needs); });
             rows.MoveNext();
         }
         candidates.maxItems = std::max(candidates.maxItems, double(rows.RecordCount()));
@@ -224,7 +225,7 @@ void BuildFileList(RunState& state, LoadPosition& at) {
     state.NumFiles = count;
     rows.MoveFirst();
     for (int i = 1; i <= count; ++i) {
-        ReadFileEntry(state, rows, state.Files[std::size_t(i)]);
+        ReadRow(rows, [&] { ReadFileEntry(state, rows, state.Files[std::size_t(i)]); });
         rows.MoveNext();
     }
 }

@@ -245,7 +245,9 @@ void ReadQuestionnaireItems(RunState& state) {
     state.NumQuestions = 0;
     while (!rows.Eof()) {
         Increment(state.NumQuestions);
-        ReadItem(rows, version, state, state.Questions[std::size_t(state.NumQuestions)]);
+        ReadRow(rows, [&] {
+            ReadItem(rows, version, state, state.Questions[std::size_t(state.NumQuestions)]);
+        });
         rows.MoveNext();
     }
 

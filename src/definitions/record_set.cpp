@@ -1,8 +1,11 @@
 #include "definitions/record_set.h"
 
 #include "state/error.h"
+#include "state/text.h"
 
+#include <QFileInfo>
 #include <algorithm>
+#include <optional>
 
 namespace corvane {
 
@@ -19,18 +22,21 @@ RecordSet::RecordSet(QString source, QStringList columns, std::vector<std::vecto
 }
 
 void RecordSet::MoveFirst() {
+    m_lastColumn.clear();
     if (m_rows.empty())
         raise(ErrorNumber::NoCurrentRecord);
     m_position = 0;
 }
 
 void RecordSet::MoveLast() {
+    m_lastColumn.clear();
     if (m_rows.empty())
         raise(ErrorNumber::NoCurrentRecord);
     m_position = qsizetype(m_rows.size()) - 1;
 }
 
 void RecordSet::MoveNext() {
+    m_lastColumn.clear();
     if (Eof())
         raise(ErrorNumber::NoCurrentRecord);
     ++m_position;
@@ -59,6 +65,7 @@ const FieldValue& RecordSet::Field(const QString& name) const {
     const int column = ColumnIndex(name);
     if (Eof())
         raise(ErrorNumber::NoCurrentRecord);
+    m_lastColumn = m_columns.at(column);
     return m_rows[std::size_t(m_position)][std::size_t(column)];
 }
 
@@ -75,6 +82,55 @@ void RecordSet::SortBy(const QStringList& columns) {
         return false;
     });
     m_position = 0;
+}
+
+} // namespace corvane
+
+namespace corvane {
+
+namespace {
+
+bool IsCellFault(int number) {
+    switch (number) {
+    case ErrorNumber::InvalidArgument:
+    case ErrorNumber::Overflow:
+    case ErrorNumber::Subscript:
+    case ErrorNumber::TypeMismatch:
+    case ErrorNumber::InvalidUseOfNull:
+        return true;
+    default:
+        return false;
+    }
+}
+
+// A cell as the place of a fault quotes it; no value when it can't be read as text.
+std::optional<QString> CellText(const std::vector<FieldValue>& row, int column) {
+    if (column < 0 || row[std::size_t(column)].IsNull())
+        return std::nullopt;
+    return ForMessage(TrimBlanks(row[std::size_t(column)].ToText()));
+}
+
+} // namespace
+
+QString RecordSet::RowName() const {
+    const auto& row = m_rows[std::size_t(m_position)];
+    // Items are known by their number; rows of an experiment by condition and position.
+    if (const auto number = CellText(row, m_index.value(QStringLiteral("questionnumber"), -1)))
+        return QStringLiteral("the row with questionnumber ") + *number;
+    const auto condition = CellText(row, m_index.value(QStringLiteral("condition"), -1));
+    const auto position = CellText(row, m_index.value(QStringLiteral("position"), -1));
+    if (condition && position)
+        return QStringLiteral("the row of condition '") + *condition +
+               QStringLiteral("' at position ") + *position;
+    return QStringLiteral("row ") + QString::number(m_position + 1);
+}
+
+CorvaneError RecordSet::Placed(const CorvaneError& error) const {
+    if (!IsCellFault(error.number()) || Eof() || m_lastColumn.isEmpty())
+        return error;
+    return CorvaneError(error.number(), error.description() + QStringLiteral(" in '") +
+                                            QFileInfo(m_source).fileName() + QStringLiteral("', ") +
+                                            RowName() + QStringLiteral(", column ") + m_lastColumn);
 }
 
 } // namespace corvane

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "definitions/field_value.h"
+#include "state/error.h"
 
 #include <QHash>
 #include <QStringList>
@@ -30,6 +31,11 @@ public:
     const std::vector<std::vector<FieldValue>>& Rows() const { return m_rows; }
     const QString& Source() const { return m_source; }
 
+    /// An error that a cell of the current row raised (a NULL, an overflow, a type mismatch, a
+    /// parameter list that can't be read), with the file, the row and the last column read
+    /// named; an error of another kind as it is.
+    CorvaneError Placed(const CorvaneError& error) const;
+
     /// Sorts the rows by the columns given, stably, as the store orders them.
     void SortBy(const QStringList& columns);
     /// Keeps the rows for which the predicate holds.
@@ -49,10 +55,23 @@ private:
 
     QString m_source;
     QStringList m_columns;
+    QString RowName() const;
+
     QHash<QString, int> m_index; // lower-case name -> column
     QHash<QString, int> m_exact; // name as the file spells it -> the column m_index gives
     std::vector<std::vector<FieldValue>> m_rows;
     qsizetype m_position = 0;
+    mutable QString m_lastColumn; // the column of the last cell read, for the place of a fault
 };
+
+/// Runs `read` over the current row of `rows`; a fault that one of the row's cells raises names
+/// its place.
+template <typename Read> decltype(auto) ReadRow(const RecordSet& rows, Read&& read) {
+    try {
+        return read();
+    } catch (const CorvaneError& error) {
+        throw rows.Placed(error);
+    }
+}
 
 } // namespace corvane

@@ -112,7 +112,7 @@ void ScanVariables(RunState& state, std::vector<RecordSet>* measured) {
         while (!rows.Eof()) {
             Increment(items);
             state.Variables.SetItemCount(q, items);
-            if (!ScanItem(state, rows, q, items))
+            if (!ReadRow(rows, [&] { return ScanItem(state, rows, q, items); }))
                 return;
             rows.MoveNext();
         }

@@ -17,6 +17,7 @@
 #include "state/settings_store.h"
 
 #include <QApplication>
+#include <QDialog>
 #include <QDir>
 #include <QEventLoop>
 #include <QFile>
@@ -25,16 +26,41 @@
 #include <QLineEdit>
 #include <QMouseEvent>
 #include <QPointer>
+#include <QThread>
 #include <QTimer>
 #include <QWidget>
+#include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <cstdlib>
+#include <mutex>
+#include <thread>
+#include <unistd.h>
 
 namespace corvane {
 
 namespace {
 
-// The widget that input goes to: within the item form on the screen, its focused control or the
-// form; else the focused widget, the active window, or the newest visible window.
+// Within a form shown modally: its focused control, else the first control that takes the focus
+// (the window may not have been activated yet), else the form.
+QWidget* ModalInputTarget(QWidget* modal) {
+    if (QWidget* focus = modal->focusWidget(); focus && focus->isVisible())
+        return focus;
+    const auto controls = modal->findChildren<QWidget*>();
+    for (QWidget* control : controls) {
+        if (control->isVisible() && control->isEnabled() && (control->focusPolicy() & Qt::TabFocus))
+            return control;
+    }
+    return modal;
+}
+
+// The widget that input goes to: a form shown modally, within the item form on the screen its
+// focused control or the form; else the focused widget, the active window, or the newest visible
+// window.
 QWidget* InputTarget(const RunSession& session) {
+    // A form with a loop of its own (the exit password) is in front of everything.
+    if (QWidget* modal = QApplication::activeModalWidget())
+        return ModalInputTarget(modal);
     if (QWidget* form = session.CurrentForm(); form && form->isVisible()) {
         QWidget* focus = form->focusWidget();
         return focus && focus->isVisible() ? focus : form;
@@ -86,6 +112,9 @@ void SendMouse(QWidget* target, QEvent::Type type, const QPoint& at, Qt::MouseBu
     QApplication::sendEvent(target, &event);
 }
 
+constexpr int kEndKeyPollMs = 50;
+constexpr int kMostNestedForms = 16;
+
 class UnattendedRunner : public QObject {
 public:
     UnattendedRunner(const UnattendedOptions& options, RunState& state, RunSession& session,
@@ -122,6 +151,7 @@ public:
         while (m_next < m_actions.size() && m_actions[m_next].kind == ScriptActionKind::Answer)
             m_answers.Push(m_actions[m_next++].text);
         QTimer::singleShot(0, this, [this] {
+            m_runLoopLevel = QThread::currentThread()->loopLevel();
             if (BeforeFirstSession)
                 BeforeFirstSession();
             OpenSubjectEntry();
@@ -193,9 +223,15 @@ private:
             return Finish(UnattendedExit::NotStarted);
         }
         const ScriptAction& action = m_actions[m_next++];
+        if (action.kind == ScriptActionKind::Wait)
+            return Wait(action.ms);
+        // The next step is due before this one acts: an action that brings up a form with a
+        // loop of its own (the exit password) returns only when that form closes, and the rest
+        // of the script, or its end key, is what closes it.
+        ScheduleStep();
         switch (action.kind) {
         case ScriptActionKind::Wait:
-            return Wait(action.ms);
+            break;
         case ScriptActionKind::Answer:
             m_answers.Push(action.text);
             break;
@@ -204,17 +240,40 @@ private:
                 SendKey(target, action.key, action.modifiers, action.text);
             break;
         case ScriptActionKind::Type:
-            for (const QChar c : action.text) {
-                if (QWidget* target = Target())
-                    SendKey(target, Qt::Key(c.toUpper().unicode()), Qt::NoModifier, QString(c));
-            }
+            TypeText(action.text);
             break;
         case ScriptActionKind::Click:
         case ScriptActionKind::Drag:
             PointAt(action);
             break;
         }
-        ScheduleStep();
+    }
+
+    // Item forms see every key on its own. The text box of a form shown modally (the exit
+    // password, an input box) takes a run of plain characters in one key event, as a keyboard
+    // with key compression delivers it: one insertion, where one per character costs time that
+    // grows with the square of the text's length.
+    void TypeText(const QString& text) {
+        QWidget* target = Target();
+        if (IsModalTextBox(target) && IsPlainText(text)) {
+            SendKey(target, Qt::Key(text.at(0).toUpper().unicode()), Qt::NoModifier, text);
+            return;
+        }
+        for (const QChar c : text) {
+            if (QWidget* each = Target())
+                SendKey(each, Qt::Key(c.toUpper().unicode()), Qt::NoModifier, QString(c));
+        }
+    }
+
+    static bool IsModalTextBox(const QWidget* target) {
+        const QWidget* modal = QApplication::activeModalWidget();
+        return target && modal && target->window() == modal &&
+               qobject_cast<const QLineEdit*>(target) != nullptr;
+    }
+
+    static bool IsPlainText(const QString& text) {
+        return !text.isEmpty() &&
+               std::all_of(text.begin(), text.end(), [](QChar c) { return c.isPrint(); });
     }
 
     // A waiting subject form takes the input in its focused box, whether or not the window
@@ -254,17 +313,54 @@ private:
     }
 
     void PressEndKey() {
-        m_boxes.Note(QStringLiteral("the script is used up while the run waits: pressing "
-                                    "Control+Alt+Right Arrow to end it"));
+        // A form with a loop of its own (the exit password) is answered by the key as well; the
+        // driver's own way out is only for the run's item forms, never from inside such a loop.
+        QWidget* modal = QApplication::activeModalWidget();
+        if (modal && !modal->isVisible())
+            modal = nullptr; // closed, its loop not yet left
+        // Within such a loop the run is in its end already: only a form may take the key then.
+        const bool inFormLoop = QThread::currentThread()->loopLevel() > m_runLoopLevel;
+        if (!modal && (m_endKeyPressed || inFormLoop))
+            return ScheduleEndKey();
+        m_boxes.Note(modal ? QStringLiteral("the script is used up while the form '%1' waits: "
+                                            "pressing Control+Alt+Right Arrow to close it")
+                                 .arg(modal->objectName())
+                           : QStringLiteral("the script is used up while the run waits: pressing "
+                                            "Control+Alt+Right Arrow to end it"));
         m_endedByKey = true;
-        QWidget* target = InputTarget(m_session);
+        m_endKeyPressed = true;
+        // Due before the key acts, for the form that the end of the run may bring up.
+        ScheduleEndKey();
+        QWidget* target = modal ? ModalInputTarget(modal) : InputTarget(m_session);
         if (!target)
             target = m_session.Backdrop();
         if (target)
             SendKey(target, Qt::Key_Right, Qt::ControlModifier | Qt::AltModifier, QString());
         // A form that doesn't pass the key on can't hold the run: the operator's way out is taken.
-        if (m_session.RunActive())
+        if (!modal && m_session.RunActive() && !QApplication::activeModalWidget())
             m_session.Driver().OperatorKeys(true, true);
+    }
+
+    // Looks again, while the run lasts, for a form that waits for the end key.
+    void ScheduleEndKey() {
+        QTimer::singleShot(kEndKeyPollMs, this, [this] {
+            if (!m_finished && m_session.RunActive())
+                PressEndKey();
+        });
+    }
+
+    // A form with a loop of its own holds the run until it closes: when time is up it is closed
+    // as its window's close button would, so that the run can end.
+    static void CloseWaitingForms() {
+        for (int closed = 0; closed < kMostNestedForms; ++closed) {
+            QWidget* modal = QApplication::activeModalWidget();
+            if (!modal)
+                return;
+            if (auto* dialog = qobject_cast<QDialog*>(modal))
+                dialog->reject();
+            else
+                modal->close();
+        }
     }
 
     void Finish(int status) {
@@ -273,6 +369,8 @@ private:
         m_finished = true;
         m_status = status;
         m_loop.exit(status);
+        if (status == UnattendedExit::TimedOut)
+            CloseWaitingForms();
     }
 
     const UnattendedOptions& m_options;
@@ -285,6 +383,8 @@ private:
     QEventLoop m_loop;
     bool m_finished = false;
     bool m_endedByKey = false;
+    bool m_endKeyPressed = false;
+    int m_runLoopLevel = 1; // the loop level of the run's own loop
     bool m_nextSession = false;
     bool m_firstSession = true;
     bool m_started = false;
@@ -335,6 +435,46 @@ void QuietQtMessages(QtMsgType type, const QMessageLogContext&, const QString& m
     if (type == QtCriticalMsg || type == QtFatalMsg)
         QTextStream(stderr) << "qt: " << message << Qt::endl;
 }
+
+// The last resort of --timeout: a run that neither returns to an event loop nor leaves the one
+// it is in (a program it waits for, a blocked device) is ended from outside, some time after the
+// timer that stops a run in the usual way was due.
+class TimeoutGuard {
+public:
+    explicit TimeoutGuard(int timeoutSeconds) {
+        if (timeoutSeconds <= 0)
+            return;
+        const auto limit = std::chrono::seconds(timeoutSeconds) + kGrace;
+        m_thread = std::thread([this, limit] {
+            std::unique_lock lock(m_mutex);
+            if (m_ended.wait_for(lock, limit, [this] { return m_done; }))
+                return;
+            static const char kNote[] =
+                "corvane: the run did not stop when its time was up; it is ended\n";
+            [[maybe_unused]] const auto written = ::write(STDERR_FILENO, kNote, sizeof kNote - 1);
+            std::_Exit(UnattendedExit::TimedOut);
+        });
+    }
+    ~TimeoutGuard() {
+        if (!m_thread.joinable())
+            return;
+        {
+            const std::lock_guard lock(m_mutex);
+            m_done = true;
+        }
+        m_ended.notify_one();
+        m_thread.join();
+    }
+    TimeoutGuard(const TimeoutGuard&) = delete;
+    TimeoutGuard& operator=(const TimeoutGuard&) = delete;
+
+private:
+    static constexpr std::chrono::seconds kGrace{10};
+    std::mutex m_mutex;
+    std::condition_variable m_ended;
+    bool m_done = false;
+    std::thread m_thread;
+};
 
 } // namespace
 
@@ -390,6 +530,7 @@ int RunUnattended(const UnattendedOptions& options) {
     UnattendedRunner runner(options, state, session, boxesRef, answers, std::move(actions));
     // Runs of this experiment that were cut short are offered first, as at every start.
     runner.BeforeFirstSession = [&] { OfferRecoveries(state, preferences.AlternateDataFolder); };
+    TimeoutGuard guard(options.timeoutSeconds);
     const int status = runner.Run();
     log.flush();
     return status;

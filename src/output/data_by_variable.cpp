@@ -195,8 +195,6 @@ Declarations Declare(const RunState& state, const QString& folder, const QString
     pass(false);
     pass(true);
     WriteSyntaxClosing(out.syntax);
-    // Here the line end comes right before this run's row.
-    out.header += kLineEnd;
     return out;
 }
 
@@ -227,7 +225,8 @@ bool WriteSyntax(RunState& state, const DataOutputSettings& settings,
         written = false;
     }
     if (csv.IsOpen()) {
-        if (csv.Append(EncodeForFile(declared.header)) != FileFault::None) {
+        // Here the line end comes right before this run's row.
+        if (csv.AppendHead(EncodeForFile(declared.header)) != FileFault::None) {
             ReportWriteFault(state, csvPath, csv.Reason(), header, csv.LeftPartial());
             written = false;
         }

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <map>
 #include <optional>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -15,10 +16,16 @@ namespace corvane {
 
 namespace {
 
-// Another Corvane appending to the same file holds its lock for a moment only: wait that long
+// Another Corvane appending to the same file holds its locks for a moment only: wait that long
 // before calling the file busy.
-constexpr int kLockTries = 20;
+constexpr int kLockTries = 40;
 constexpr unsigned long kLockWaitMs = 50;
+
+// Where the marks of loads whose record is still to come lie: shared locks of the data folder
+// at an offset drawn from the file's name. Locks of the folder, not of the file, so that a
+// program that locks the whole file never meets them.
+constexpr off_t kRowMarkBase = off_t(1) << 40;
+constexpr quint64 kRowMarkSpan = quint64(1) << 40;
 
 QString SystemReason(int error) {
     return QString::fromLocal8Bit(std::strerror(error));
@@ -28,16 +35,112 @@ bool IsPermissionError(int error) {
     return error == EACCES || error == EPERM;
 }
 
-// 0 when the lock is taken, else the error.
+bool IsBusy(int error) {
+    return error == EWOULDBLOCK || error == EAGAIN || error == EACCES || error == EINTR;
+}
+
+bool LocksUnsupported(int error) {
+    return error == ENOLCK || error == EINVAL || error == EOPNOTSUPP;
+}
+
+// The whole file, as programs that lock with fcntl lock it.
+struct flock WholeFile() {
+    struct flock range {};
+    range.l_type = F_WRLCK;
+    range.l_whence = SEEK_SET;
+    return range;
+}
+
+// One try at both kinds of lock, as programs of either kind see them: flock() and an fcntl lock
+// of the open file. 0 when both are held, EWOULDBLOCK when another holds one, else the error.
+int TryBothLocks(int fd) {
+    if (::flock(fd, LOCK_EX | LOCK_NB) != 0) {
+        if (IsBusy(errno))
+            return EWOULDBLOCK;
+        if (!LocksUnsupported(errno))
+            return errno;
+    }
+    struct flock range = WholeFile();
+    if (::fcntl(fd, F_OFD_SETLK, &range) == 0)
+        return 0;
+    const int error = errno;
+    if (LocksUnsupported(error))
+        return 0; // a file system without such locks: flock alone must do
+    ::flock(fd, LOCK_UN);
+    return IsBusy(error) ? EWOULDBLOCK : error;
+}
+
+// 0 when the locks are taken, else the error; EWOULDBLOCK when they stay held for the whole wait.
 int TakeLock(int fd) {
-    for (int attempt = 0; attempt < kLockTries; ++attempt) {
-        if (::flock(fd, LOCK_EX | LOCK_NB) == 0)
-            return 0;
-        if (errno != EWOULDBLOCK && errno != EINTR)
-            return errno == ENOLCK || errno == EINVAL ? 0 : errno; // no locks there: go on
+    for (int attempt = 0;; ++attempt) {
+        const int error = TryBothLocks(fd);
+        if (error != EWOULDBLOCK || attempt + 1 == kLockTries)
+            return error;
         QThread::msleep(kLockWaitMs);
     }
-    return EWOULDBLOCK;
+}
+
+// The mark of one data file: its byte of the folder's lock space.
+struct flock RowMarkRange(const QByteArray& path, short type) {
+    const QByteArray name = path.mid(path.lastIndexOf('/') + 1);
+    // FNV-1a: the same offset in every process, whatever its build.
+    quint64 hash = 14695981039346656037ull;
+    for (const char c : name)
+        hash = (hash ^ quint8(c)) * 1099511628211ull;
+    struct flock range {};
+    range.l_type = type;
+    range.l_whence = SEEK_SET;
+    range.l_start = kRowMarkBase + off_t(hash % kRowMarkSpan);
+    range.l_len = 1;
+    return range;
+}
+
+int OpenFolderOf(const QByteArray& path) {
+    const qsizetype slash = path.lastIndexOf('/');
+    const QByteArray folder = slash < 0    ? QByteArray(".")
+                              : slash == 0 ? QByteArray("/")
+                                           : path.left(slash);
+    return ::open(folder.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+}
+
+// The marks of loads made by this process whose record is still to come, by file. A mark is a
+// shared lock of an open description of its own, so it lasts exactly as long as this process
+// keeps it.
+std::map<QByteArray, int>& RowMarks() {
+    static std::map<QByteArray, int> marks;
+    return marks;
+}
+
+void ReleaseRowMark(const QByteArray& path) {
+    auto& marks = RowMarks();
+    if (const auto found = marks.find(path); found != marks.end()) {
+        ::close(found->second);
+        marks.erase(found);
+    }
+}
+
+void SetRowMark(const QByteArray& path) {
+    ReleaseRowMark(path);
+    const int fd = OpenFolderOf(path);
+    if (fd < 0)
+        return;
+    struct flock range = RowMarkRange(path, F_RDLCK);
+    if (::fcntl(fd, F_OFD_SETLK, &range) != 0) {
+        ::close(fd); // a folder that takes no locks: loads are not told apart there
+        return;
+    }
+    RowMarks()[path] = fd;
+}
+
+// True when another load, of this process or of another station, still has its record to come.
+bool RowMarkedElsewhere(const QByteArray& path) {
+    const int fd = OpenFolderOf(path);
+    if (fd < 0)
+        return false;
+    struct flock range = RowMarkRange(path, F_WRLCK);
+    const bool marked = ::fcntl(fd, F_OFD_GETLK, &range) == 0 && range.l_type != F_UNLCK;
+    ::close(fd);
+    return marked;
 }
 
 // Flushes to the disk; files that can't be flushed (devices, pipes) count as flushed.
@@ -95,6 +198,11 @@ FileFault AppendFile::Open() {
     return FileFault::None;
 }
 
+bool AppendFile::EndsOpen(qint64 size) const {
+    char last = 0;
+    return size > 0 && ::pread(m_fd, &last, 1, size - 1) == 1 && last != '\n';
+}
+
 FileFault AppendFile::Append(const QByteArray& bytes, bool startLine) {
     if (m_fd < 0)
         return Fail(EBADF);
@@ -102,11 +210,40 @@ FileFault AppendFile::Append(const QByteArray& bytes, bool startLine) {
     if (::fstat(m_fd, &before) != 0)
         return Fail(errno);
     QByteArray record = bytes;
-    if (startLine && before.st_size > 0) {
-        char last = 0;
-        if (::pread(m_fd, &last, 1, before.st_size - 1) == 1 && last != '\n')
+    if (startLine) {
+        // This record is the one this process's load made room for.
+        ReleaseRowMark(NativePath(m_path));
+        if (EndsOpen(before.st_size))
             record.prepend("\r\n");
     }
+    return Write(record, before.st_size);
+}
+
+FileFault AppendFile::AppendHead(const QByteArray& head) {
+    if (m_fd < 0)
+        return Fail(EBADF);
+    struct stat before {};
+    if (::fstat(m_fd, &before) != 0)
+        return Fail(errno);
+    const QByteArray native = NativePath(m_path);
+    // A load of this process that no record followed is over now.
+    ReleaseRowMark(native);
+    // Only an empty file takes the header: another station may have written it since the caller
+    // looked.
+    const bool empty = before.st_size == 0;
+    QByteArray text = empty ? head : QByteArray();
+    // The line end ends the header or the row that the last record left open. On a file that
+    // ends with one already it stands for a load that no record followed, unless another
+    // station's load is still waiting for its record: then the room is made already.
+    if (empty || EndsOpen(before.st_size) || !RowMarkedElsewhere(native))
+        text += "\r\n";
+    const FileFault fault = Write(text, before.st_size);
+    if (fault == FileFault::None)
+        SetRowMark(native);
+    return fault;
+}
+
+FileFault AppendFile::Write(const QByteArray& record, qint64 sizeBefore) {
     int error = WriteAll(m_fd, record.constData(), record.size());
     if (error == 0)
         error = Flush(m_fd);
@@ -114,8 +251,8 @@ FileFault AppendFile::Append(const QByteArray& bytes, bool startLine) {
         return FileFault::None;
     // Whatever part of the record got there goes again, so the file ends where it ended.
     struct stat after {};
-    if (::fstat(m_fd, &after) == 0 && after.st_size != before.st_size && S_ISREG(after.st_mode))
-        m_leftPartial = ::ftruncate(m_fd, before.st_size) != 0;
+    if (::fstat(m_fd, &after) == 0 && after.st_size != sizeBefore && S_ISREG(after.st_mode))
+        m_leftPartial = ::ftruncate(m_fd, sizeBefore) != 0;
     const FileFault fault = Fail(error);
     // A full disk is no permission matter, whatever the number says.
     return fault == FileFault::InUse ? FileFault::Failed : fault;
@@ -126,7 +263,7 @@ bool AppendFile::Close() {
         return true;
     const int fd = m_fd;
     m_fd = -1;
-    return ::close(fd) == 0; // the lock goes with the descriptor
+    return ::close(fd) == 0; // the locks go with the descriptor
 }
 
 int CountLines(const QString& path) {

@@ -16,7 +16,9 @@ enum class FileFault {
 };
 
 /// A data file opened for appending, made when missing, and locked against other writers while
-/// it is open. Closed when it goes out of scope.
+/// it is open, with both flock() and an fcntl lock, so that a test of the file's last line and
+/// the append that follows are one step for every program that locks either way. Closed when it
+/// goes out of scope.
 class AppendFile {
 public:
     explicit AppendFile(QString path);
@@ -30,6 +32,12 @@ public:
     /// back to its size before the call. `startLine` puts a line end in front when the file
     /// holds something that doesn't end with one, so that a row is never glued to another.
     FileFault Append(const QByteArray& bytes, bool startLine = false);
+    /// Appends a load's part of a spreadsheet file: the column header when the file is empty,
+    /// then the line end that ends the row the last record left open. A file that ends with a line
+    /// end gets another (the empty line of a load that no record followed) only when no other
+    /// load waits for its record. Until this process appends its record (`startLine`) or loads
+    /// again, other loads see this one waiting.
+    FileFault AppendHead(const QByteArray& head);
     /// Closes the file; false when closing reported an error.
     bool Close();
 
@@ -42,6 +50,8 @@ public:
 
 private:
     FileFault Fail(int error);
+    bool EndsOpen(qint64 size) const;
+    FileFault Write(const QByteArray& record, qint64 sizeBefore);
 
     QString m_path;
     QString m_reason;

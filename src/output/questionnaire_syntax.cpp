@@ -90,8 +90,6 @@ Declarations Declare(const RunState& state, const QString& folder, const QString
     for (int q = 1; q <= state.NumQuestionnaires; ++q)
         DeclareQuestionnaire(state, q, writeHeader, out);
     WriteSyntaxClosing(out.syntax);
-    // The line end also ends the row that the last run left open.
-    out.header += kLineEnd;
     return out;
 }
 
@@ -154,7 +152,8 @@ bool Write(RunState& state, const DataOutputSettings& settings) {
     case FileFault::None:
         break;
     }
-    if (csv.Append(EncodeForFile(declared.header)) != FileFault::None) {
+    // Its line end also ends the row that the last run left open.
+    if (csv.AppendHead(EncodeForFile(declared.header)) != FileFault::None) {
         ReportWriteFault(state, csvPath, csv.Reason(), header, csv.LeftPartial());
         written = false;
     }

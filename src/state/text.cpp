@@ -24,6 +24,13 @@ QString LastChars(const QString& text, qsizetype n) {
     return text.right(n);
 }
 
+QString ForMessage(const QString& value) {
+    constexpr qsizetype kLongest = 80;
+    if (value.size() <= kLongest)
+        return value;
+    return value.left(kLongest - 3) + QStringLiteral("...");
+}
+
 QString ToLinuxSeparators(const QString& path) {
     QString result = path;
     result.replace(QLatin1Char('\\'), QLatin1Char('/'));

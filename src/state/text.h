@@ -14,6 +14,8 @@ QString TrimLeadingBlanks(const QString& text);
 QString Normalised(const QString& text);
 /// The last n characters, or the whole text when it is shorter.
 QString LastChars(const QString& text, qsizetype n);
+/// A value as a message quotes it: at most 80 characters, a cut one ending in "...".
+QString ForMessage(const QString& value);
 /// Replaces the Windows-era separator by the Linux one, for names written in definitions.
 QString ToLinuxSeparators(const QString& path);
 

@@ -1,5 +1,6 @@
 // corvane-def: makes experiment and questionnaire files from CSV, writes them back as CSV, and
 // shows what a questionnaire reads into.
+#include "definitions/csv.h"
 #include "definitions/definition_writer.h"
 #include "definitions/questionnaire_listing.h"
 #include "definitions/questionnaire_reader.h"
@@ -80,9 +81,12 @@ int Create(QStringList args) {
     if (!csv.open(QIODevice::ReadOnly))
         return Fail(csvPath + QStringLiteral(": can not be read (") + csv.errorString() +
                     QLatin1Char(')'));
-    const QString text = QString::fromUtf8(csv.readAll());
+    QString problem;
+    const std::optional<QString> text = DecodeCsv(csv.readAll(), &problem);
+    if (!text)
+        return Fail(csvPath + QStringLiteral(": ") + problem);
     try {
-        CreateDefinitionFile(out, csvPath, text, kind, version);
+        CreateDefinitionFile(out, csvPath, *text, kind, version);
     } catch (const DefinitionInputError& error) {
         return Fail(error.Text());
     } catch (const CorvaneError& error) {

@@ -299,6 +299,116 @@ private slots:
                  (QStringList{QStringLiteral("junk.que"), QStringLiteral("ok.csv")}));
     }
 
+    void cellFaultsNameFileRowAndColumn_data() {
+        QTest::addColumn<QString>("row");
+        QTest::addColumn<QString>("sql"); // run on the made file, for cells no CSV can make
+        QTest::addColumn<QString>("fault");
+        QTest::addColumn<QString>("column");
+        QTest::newRow("NULL") << "7,Scale Response,\\N,v,(p5),no,0" << QString()
+                              << "error 94, Invalid use of Null"
+                              << "QuestionWording";
+        QTest::newRow("parameter list")
+            << "7,Scale Response,How?,v,),no,0" << QString() << "error 5, "
+            << "Parameters";
+        QTest::newRow("overflow") << "7,Scale Response,How?,v,(p5),no,99999" << QString()
+                                  << "error 6, Overflow"
+                                  << "WGR";
+        QTest::newRow("type mismatch")
+            << "7,Scale Response,How?,v,(p5),no,0"
+            << "UPDATE Table1 SET WriteData = 'maybe' WHERE questionnumber = 7"
+            << "error 13, Type mismatch"
+            << "WriteData";
+    }
+    void cellFaultsNameFileRowAndColumn() {
+        QFETCH(QString, row);
+        QFETCH(QString, sql);
+        QFETCH(QString, fault);
+        QFETCH(QString, column);
+        QTemporaryDir dir;
+        const QString que = dir.filePath(QStringLiteral("faulty.que"));
+        const QString csv =
+            QStringLiteral("questionnumber,QuestionType,QuestionWording,VariableName,"
+                           "Parameters,WriteData,WGR\n1,Scale Response,Fine,f,(p5),no,0\n") +
+            row + QLatin1Char('\n');
+        QCOMPARE(RunDef({QStringLiteral("create"), que, Write(dir, QStringLiteral("f.csv"), csv)})
+                     .status,
+                 0);
+        if (!sql.isEmpty()) {
+            QProcess sqlite;
+            sqlite.start(QStringLiteral("/usr/bin/sqlite3"), {que, sql});
+            QVERIFY(sqlite.waitForFinished(10000) && sqlite.exitCode() == 0);
+        }
+        const Run run = RunDef({QStringLiteral("show"), que});
+        QCOMPARE(run.status, 1);
+        QVERIFY2(run.err.startsWith(que + QStringLiteral(": ") + fault), qPrintable(run.err));
+        QVERIFY2(run.err.endsWith(QStringLiteral(" in 'faulty.que', the row with questionnumber 7, "
+                                                 "column ") +
+                                  column + QLatin1Char('\n')),
+                 qPrintable(run.err));
+    }
+
+    void csvEncodingsAreReadOrNamed_data() {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<QString>("refusal"); // empty when the file is read
+        const QString text = QStringLiteral("questionnumber,QuestionWording\n1,Caf\u00e9 \u2713\n");
+        const auto utf16 = [&](bool bigEndian, bool mark) {
+            QByteArray bytes;
+            if (mark)
+                bytes += bigEndian ? QByteArray("\xFE\xFF") : QByteArray("\xFF\xFE");
+            for (const QChar c : text) {
+                const char high = char(c.unicode() >> 8), low = char(c.unicode() & 0xFF);
+                bytes += bigEndian ? QByteArray{&high, 1} + QByteArray{&low, 1}
+                                   : QByteArray{&low, 1} + QByteArray{&high, 1};
+            }
+            return bytes;
+        };
+        QTest::newRow("UTF-8") << text.toUtf8() << QString();
+        QTest::newRow("UTF-8 with mark") << QByteArray("\xEF\xBB\xBF") + text.toUtf8() << QString();
+        QTest::newRow("UTF-16 LE with mark") << utf16(false, true) << QString();
+        QTest::newRow("UTF-16 BE with mark") << utf16(true, true) << QString();
+        QTest::newRow("UTF-16 LE without mark") << utf16(false, false) << QString();
+        QTest::newRow("UTF-32") << QByteArray("\xFF\xFE\x00\x00q\x00\x00\x00", 8)
+                                << QStringLiteral("UTF-32");
+        QTest::newRow("a code page") << QByteArray("questionnumber,QuestionWording\n1,Caf\xE9\n")
+                                     << QStringLiteral("not UTF-8 or UTF-16");
+    }
+    void csvEncodingsAreReadOrNamed() {
+        QFETCH(QByteArray, bytes);
+        QFETCH(QString, refusal);
+        QTemporaryDir dir;
+        const QString from = dir.filePath(QStringLiteral("enc.csv"));
+        QFile file(from);
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size());
+        file.close();
+        const QString que = dir.filePath(QStringLiteral("enc.que"));
+        const Run made = RunDef({QStringLiteral("create"), que, from});
+        if (!refusal.isEmpty()) {
+            QCOMPARE(made.status, 1);
+            QVERIFY2(made.err.startsWith(from + QStringLiteral(": ")) && made.err.contains(refusal),
+                     qPrintable(made.err));
+            QVERIFY(!QFile::exists(que));
+            return;
+        }
+        QVERIFY2(made.status == 0, qPrintable(made.err));
+        const Run back = RunDef({QStringLiteral("export"), que});
+        QVERIFY2(back.out.contains(QStringLiteral(",Caf\u00e9 \u2713,")), qPrintable(back.out));
+    }
+
+    void messagesQuoteLongValuesShortAndUseTheRightArticle() {
+        QTemporaryDir dir;
+        const QString longName = QString(200, QLatin1Char('x'));
+        const Run run = RunDef({QStringLiteral("create"), dir.filePath(QStringLiteral("a.que")),
+                                Write(dir, QStringLiteral("a.csv"),
+                                      QStringLiteral("questionnumber,") + longName + "\n")});
+        QCOMPARE(run.status, 1);
+        QVERIFY2(run.err.contains(QStringLiteral("' is not a column of a questionnaire file's")),
+                 qPrintable(run.err));
+        QVERIFY2(run.err.contains(QLatin1Char('\'') + QString(77, QLatin1Char('x')) +
+                                  QStringLiteral("...'")),
+                 qPrintable(run.err));
+        QVERIFY(!run.err.contains(QString(78, QLatin1Char('x'))));
+    }
+
     void usageErrorsExitWithTwo() {
         for (const char* words :
              {"", "frobnicate a.que", "create a.que", "create a.que a.csv --version",

@@ -16,6 +16,7 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/resource.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 using namespace corvane;
@@ -57,6 +58,50 @@ public:
 private:
     rlimit m_saved{};
     bool m_set = false;
+};
+
+// Another program that locks a file in its own way, appends a line and lets it go: a child
+// process, so that its locks are those of another program.
+class LockingWriter {
+public:
+    enum class Kind { Flock, Fcntl };
+
+    LockingWriter(const QString& path, Kind kind, int holdMs) {
+        int ready[2];
+        if (::pipe(ready) != 0)
+            return;
+        const QByteArray native = QFile::encodeName(path);
+        m_child = ::fork();
+        if (m_child == 0) {
+            const int fd = ::open(native.constData(), O_RDWR | O_APPEND);
+            struct flock whole {};
+            whole.l_type = F_WRLCK;
+            whole.l_whence = SEEK_SET;
+            const bool locked =
+                fd >= 0 && (kind == Kind::Flock ? ::flock(fd, LOCK_EX) == 0
+                                                : ::fcntl(fd, F_SETLKW, &whole) == 0);
+            const char signal = locked ? '1' : '0';
+            [[maybe_unused]] auto sent = ::write(ready[1], &signal, 1);
+            ::usleep(useconds_t(holdMs) * 1000);
+            [[maybe_unused]] auto written = ::write(fd, "other program\r\n", 15);
+            ::_exit(0);
+        }
+        char signal = '0';
+        m_locked = m_child > 0 && ::read(ready[0], &signal, 1) == 1 && signal == '1';
+        ::close(ready[0]);
+        ::close(ready[1]);
+    }
+    ~LockingWriter() { Finish(); }
+    bool Locked() const { return m_locked; }
+    void Finish() {
+        if (m_child > 0)
+            ::waitpid(m_child, nullptr, 0);
+        m_child = -1;
+    }
+
+private:
+    pid_t m_child = -1;
+    bool m_locked = false;
 };
 
 DataOutputSettings Settings(const QString& time) {
@@ -314,6 +359,28 @@ private slots:
         QVERIFY(rows[1].endsWith("750\r"));
         QVERIFY(rows[2].startsWith("s2,1,"));
         QVERIFY(rows[2].endsWith("750"));
+    }
+
+    void aRecordWaitsWhileAnotherProgramLocksTheFile_data() {
+        QTest::addColumn<int>("kind");
+        QTest::newRow("flock") << int(LockingWriter::Kind::Flock);
+        QTest::newRow("fcntl") << int(LockingWriter::Kind::Fcntl);
+    }
+    void aRecordWaitsWhileAnotherProgramLocksTheFile() {
+        QFETCH(int, kind);
+        auto state = SecondParticipant();
+        m_boxes.clear();
+        bool written = false;
+        {
+            LockingWriter other(Bq("lab.csv"), LockingWriter::Kind(kind), 300);
+            QVERIFY(other.Locked());
+            written = WriteDataByQuestionnaire(*state, Settings("10:00:00"));
+        }
+        QVERIFY(written);
+        QVERIFY(m_boxes.isEmpty());
+        // The other program's line went in first, whole; the record follows on a line of its own.
+        const QByteArray csv = ReadAll(Bq("lab.csv"));
+        QVERIFY2(csv.contains(",750\r\nother program\r\ns2,1,"), csv.constData());
     }
 
     void countLinesAsASequentialRead() {

@@ -133,14 +133,17 @@ private slots:
         QTest::addColumn<QString>("csv");
         QTest::addColumn<QString>("box");
         QTest::newRow("null text") << "questionnumber,QuestionType,VariableName\n1,essay,\\N\n"
-                                   << "94Invalid use of Null";
+                                   << "94Invalid use of Null in 'bad.que', the row with "
+                                      "questionnumber 1, column VariableName";
         QTest::newRow("empty") << "questionnumber,QuestionType\n"
                                << "3021No current record.";
         QTest::newRow("eleven parameters")
             << "questionnumber,QuestionType,Parameters\n1,essay,\"(a,b,c,d,e,f,g,h,i,j,k)\"\n"
-            << "9Subscript out of range";
+            << "9Subscript out of range in 'bad.que', the row with questionnumber 1, column "
+               "Parameters";
         QTest::newRow("no open") << "questionnumber,QuestionType,Parameters\n1,essay,x)\n"
-                                 << "5Invalid procedure call or argument";
+                                 << "5Invalid procedure call or argument in 'bad.que', the row "
+                                    "with questionnumber 1, column Parameters";
         QTest::newRow("group too large") << "questionnumber,QuestionType,WGR\n1,essay,2\n"
                                          << "9Subscript out of range";
     }

@@ -36,11 +36,12 @@ class TestUnattended : public QObject {
     QString Path(const QString& name) const { return QDir(m_dir->path()).filePath(name); }
 
     RunResult Run(const QString& experiment, const QString& subject, const QString& condition,
-                  const QString& script = {}, const QStringList& extra = {}) {
-        QStringList args{
-            "--run",   Path(experiment), "--subject",          subject,           "--condition",
-            condition, "--message-log",  Path("messages.log"), "--virtual-clock", "--seed",
-            "5"};
+                  const QString& script = {}, const QStringList& extra = {},
+                  bool virtualClock = true) {
+        QStringList args{"--run",   Path(experiment), "--subject",          subject,  "--condition",
+                         condition, "--message-log",  Path("messages.log"), "--seed", "5"};
+        if (virtualClock)
+            args << "--virtual-clock";
         if (!script.isEmpty()) {
             WriteBytes(Path("script.txt"), script.toUtf8());
             args << "--script" << Path("script.txt");
@@ -296,7 +297,8 @@ private slots:
         MakeDefinition(m_dir->path(), "stuck.exp", "Condition,position,file\na,1,broken.que\n");
         const RunResult result = Run("stuck.exp", "1", "a", "wait 500\n");
         QCOMPARE(result.exitCode, 2);
-        QCOMPARE(result.log[0], "Corvane\t94Invalid use of Null\tok");
+        QCOMPARE(result.log[0], "Corvane\t94Invalid use of Null in 'broken.que', the row with "
+                                "questionnumber 1, column QuestionWording\tok");
         QVERIFY(result.log[1].contains("pressing Control+Alt+Right Arrow"));
         QVERIFY(result.log.last().startsWith("Participant 1\t"));
         QVERIFY(QFile::exists(Path("data/byquestionnaire/question_order.csv")));
@@ -321,6 +323,73 @@ private slots:
         QVERIFY(process.waitForFinished(30000));
         QCOMPARE(process.exitCode(), 3);
         QVERIFY(timer.elapsed() < 20000);
+    }
+
+    void twoStationsSharingTheDataFolderLeaveNoEmptyLines() {
+        // The first station loads and waits; the second loads, runs and writes its record
+        // meanwhile; then the first ends its run.
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert("XDG_DATA_HOME", Path("xdg"));
+        env.insert("XDG_CONFIG_HOME", Path("xdg-config"));
+        env.insert("QT_QPA_PLATFORM", "offscreen");
+        auto start = [&](QProcess& station, const QString& subject, const QByteArray& script,
+                         const QStringList& extra) {
+            WriteBytes(Path("script" + subject + ".txt"), script);
+            station.setProcessEnvironment(env);
+            station.start(CORVANE_BIN, QStringList{"--run", Path("study.exp"), "--subject", subject,
+                                                   "--condition", "b", "--script",
+                                                   Path("script" + subject + ".txt")} +
+                                           extra);
+        };
+        const QString csv = Path("data/byquestionnaire/study.csv");
+        QProcess first;
+        start(first, "1", "wait 8000\nkey 1\nwait 100\nkey 2\n", {});
+        QTRY_VERIFY_WITH_TIMEOUT(ReadAll(csv).endsWith("\r\n"), 30000);
+        QProcess second;
+        start(second, "2", "wait 400\nkey 3\nwait 300\nkey 4\n", {"--virtual-clock"});
+        QVERIFY(second.waitForFinished(60000));
+        QCOMPARE(second.exitCode(), 0);
+        QVERIFY2(first.state() == QProcess::Running, "the first station ended too early");
+        QVERIFY(first.waitForFinished(60000));
+        QCOMPARE(first.exitCode(), 0);
+        const QByteArray rows = ReadAll(csv);
+        QVERIFY2(!rows.contains("\r\n\r\n"), rows.constData());
+        const QList<QByteArray> lines = rows.split('\n');
+        QCOMPARE(lines.size(), 3);
+        QVERIFY(lines[1].startsWith("2,b,"));
+        QVERIFY(lines[2].startsWith("1,b,"));
+    }
+
+    void anExitPasswordDoesNotHoldAnUnattendedRun() {
+        corvane::PreferenceRecord preferences;
+        preferences.ExitPassword = "secret";
+        QVERIFY(QDir().mkpath(Path("xdg/corvane/styles")));
+        corvane::WritePreferenceFile(Path("xdg/corvane/styles/default.cvp"), preferences);
+
+        // The script is used up while an item waits: the end key ends the run, and then closes
+        // the password form that the end of the run brings up.
+        RunResult result = Run("study.exp", "12", "a", "wait 400\nkey 1\n", {"--timeout", "30"});
+        QCOMPARE(result.exitCode, 2);
+        QVERIFY2(result.log.filter("form 'fPassword' waits").size() == 1,
+                 qPrintable(result.log.join('\n')));
+        QVERIFY(result.log.last().startsWith("Participant 12\t"));
+        QVERIFY(ReadAll(Path("data/byquestionnaire/study.csv")).contains("\r\n12,a,"));
+
+        // The run's own input reaches the password form.
+        result =
+            Run("study.exp", "13", "b",
+                "wait 400\nkey 1\nwait 300\nkey 2\ntype Secret\nkey Enter\n", {"--timeout", "30"});
+        QCOMPARE(result.exitCode, 0);
+        QVERIFY2(result.log.filter("fPassword").isEmpty(), qPrintable(result.log.join('\n')));
+
+        // A run held at the password form by a long wait is stopped by --timeout.
+        QElapsedTimer timer;
+        timer.start();
+        result = Run("study.exp", "14", "b", "wait 400\nkey 1\nwait 300\nkey 2\nwait 600000\n",
+                     {"--timeout", "2"}, false);
+        QCOMPARE(result.exitCode, 3);
+        QVERIFY(timer.elapsed() < 30000);
+        QVERIFY(ReadAll(Path("data/byquestionnaire/study.csv")).contains("\r\n14,b,"));
     }
 
     void badScriptsAreRefusedBeforeTheRun() {
