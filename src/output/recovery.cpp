@@ -97,9 +97,16 @@ QByteArray CsvHead(const RunState& state, const QString& inifile) {
             .join(QLatin1Char(',')));
 }
 
-QString KindName(RecordKind kind) {
-    return kind == RecordKind::ByQuestionnaire ? QStringLiteral("by questionnaire")
-                                               : QStringLiteral("by variable name");
+// The files of a record that don't hold it yet. Before the writer was noted nothing of the
+// record can be there; after, each file holds it when a line written since starts with it.
+RecordTargets MissingFrom(const RunState& state, RecordKind kind, const JournalWriting& writing,
+                          const DataOutputSettings& settings) {
+    if (!writing.noted)
+        return RecordTargets{};
+    const RecordFiles files = RecordFilesOf(state, kind, settings.machineCode);
+    return RecordTargets{
+        !HasRecordAfter(files.txt, writing.txtSize, TxtHead(state, settings.inifile)),
+        !HasRecordAfter(files.csv, writing.csvSize, CsvHead(state, settings.inifile))};
 }
 
 void Recover(RunState& caller, const QString& path, RecoveryResult& result) {
@@ -188,29 +195,17 @@ void Recover(RunState& caller, const QString& path, RecoveryResult& result) {
         const JournalWriting& writing = contents->writing[std::size_t(kind)];
         if (writing.written)
             continue;
-        if (writing.noted) {
-            // The run was cut short while this record was being written: it may be there.
-            const RecordFiles files = RecordFilesOf(state, kind, settings.machineCode);
-            const bool inTxt =
-                HasRecordAfter(files.txt, writing.txtSize, TxtHead(state, settings.inifile));
-            const bool inCsv =
-                HasRecordAfter(files.csv, writing.csvSize, CsvHead(state, settings.inifile));
-            if (inTxt || inCsv) {
-                journal->NoteWritten(kind, true);
-                if (!inTxt || !inCsv)
-                    result.note += (result.note.isEmpty() ? QString() : QStringLiteral(" ")) +
-                                   QStringLiteral("The record ") + KindName(kind) +
-                                   QStringLiteral(" had reached '") +
-                                   (inTxt ? files.txt : files.csv) + QStringLiteral("' but not '") +
-                                   (inTxt ? files.csv : files.txt) +
-                                   QStringLiteral("' when the run was cut short; it is not "
-                                                  "written again, so that it is not there twice.");
-                continue;
-            }
+        // Each file on its own: the run may have been cut short, or a write may have failed,
+        // between the two files of a record.
+        const RecordTargets targets = MissingFrom(state, kind, writing, settings);
+        if (!targets.txt && !targets.csv) {
+            journal->NoteWritten(kind, true);
+            continue;
         }
         const bool written = journal->WriteRecord(kind, settings.machineCode, [&] {
-            return kind == RecordKind::ByQuestionnaire ? WriteDataByQuestionnaire(state, settings)
-                                                       : WriteDataByVariable(state, settings);
+            return kind == RecordKind::ByQuestionnaire
+                       ? WriteDataByQuestionnaire(state, settings, targets)
+                       : WriteDataByVariable(state, settings, targets);
         });
         allWritten = allWritten && written;
     }

@@ -179,9 +179,12 @@ bool ReadLine(const QStringList& fields, JournalContents& contents) {
         if (fields.size() != 4 || !which || !txtOk || !csvOk)
             return false;
         JournalWriting& writing = contents.writing[std::size_t(*which)];
-        writing.noted = true;
-        writing.txtSize = txt;
-        writing.csvSize = csv;
+        // The first attempt's sizes: whatever any attempt appended lies beyond them.
+        if (!writing.noted) {
+            writing.noted = true;
+            writing.txtSize = txt;
+            writing.csvSize = csv;
+        }
         return true;
     }
     if (kind == QLatin1String("W")) {
