@@ -109,7 +109,35 @@ RecordTargets MissingFrom(const RunState& state, RecordKind kind, const JournalW
         !HasRecordAfter(files.csv, writing.csvSize, CsvHead(state, settings.inifile))};
 }
 
-void Recover(RunState& caller, const QString& path, RecoveryResult& result) {
+// The data root of a journal that lies in its data folder's journal or recovered folder.
+QString RootHoldingJournal(const QString& journal) {
+    QDir folder = QFileInfo(AbsoluteClean(journal)).dir();
+    const QString leaf = folder.dirName();
+    if ((leaf != QLatin1String(".journal") && leaf != QLatin1String("recovered")) ||
+        !folder.cdUp() || folder.dirName() != QLatin1String("data") || !folder.cdUp())
+        return QString();
+    return QDir::cleanPath(folder.absolutePath());
+}
+
+// A journal is read from disk like any input: it may steer the writes only into a data folder
+// of this experiment, and only to files of the experiment's own name.
+QString WhyNotOurs(const JournalContents& contents, const QString& journal, QStringList dataRoots) {
+    const QString& name = contents.experimentFileName;
+    if (name.isEmpty() || name.contains(QLatin1Char('/')) || name.contains(QLatin1Char('\\')) ||
+        name == QLatin1String(".") || name == QLatin1String(".."))
+        return QStringLiteral("the journal names the experiment file '") + name +
+               QStringLiteral("', which is not a plain file name; nothing is written.");
+    dataRoots << RootHoldingJournal(journal);
+    for (const QString& root : dataRoots) {
+        if (!root.isEmpty() && AbsoluteClean(root) == AbsoluteClean(contents.dataRoot))
+            return QString();
+    }
+    return QStringLiteral("the journal names the data folder '") + contents.dataRoot +
+           QStringLiteral("', which is not a data folder of this experiment; nothing is written.");
+}
+
+void Recover(RunState& caller, const QString& path, const QStringList& dataRoots,
+             RecoveryResult& result) {
     RunState state;
     auto relay = std::make_unique<RelayBoxes>(caller.Boxes());
     RelayBoxes& boxes = *relay;
@@ -129,6 +157,10 @@ void Recover(RunState& caller, const QString& path, RecoveryResult& result) {
     if (!contents) {
         result.problem =
             QStringLiteral("the journal can not be read (") + problem + QStringLiteral(").");
+        return;
+    }
+    if (const QString refused = WhyNotOurs(*contents, path, dataRoots); !refused.isEmpty()) {
+        result.problem = refused;
         return;
     }
     result.responses = contents->ResponseCount();
@@ -321,12 +353,12 @@ bool ReplayJournal(RunState& state, const JournalContents& contents, QString* pr
     return true;
 }
 
-RecoveryResult RecoverRun(RunState& state, const QString& journal) {
+RecoveryResult RecoverRun(RunState& state, const QString& journal, const QStringList& dataRoots) {
     RecoveryResult result;
     result.journal = journal;
     const QString working = QDir::currentPath();
     try {
-        Recover(state, journal, result);
+        Recover(state, journal, dataRoots, result);
     } catch (const std::exception& error) {
         result.recovered = false;
         result.problem = QString::fromLocal8Bit(error.what());
@@ -345,7 +377,7 @@ QString DescribeUnfinishedRun(const JournalContents& contents) {
            QStringLiteral(" stored");
 }
 
-bool OfferRecovery(RunState& state, const QString& journal) {
+bool OfferRecovery(RunState& state, const QString& journal, const QStringList& dataRoots) {
     const auto contents = ReadJournal(journal);
     if (!contents)
         return false;
@@ -363,7 +395,7 @@ bool OfferRecovery(RunState& state, const QString& journal) {
         BoxIcon::Question, BoxButtons::YesNo, BoxAnswer::Yes});
     if (answer != BoxAnswer::Yes)
         return false;
-    const RecoveryResult result = RecoverRun(state, journal);
+    const RecoveryResult result = RecoverRun(state, journal, dataRoots);
     if (result.recovered) {
         state.Boxes().Show(MessageBox{
             state.MessageTitle(),
@@ -388,8 +420,9 @@ bool OfferRecovery(RunState& state, const QString& journal) {
 
 int OfferRecoveries(RunState& state, const QString& alternateDataFolder) {
     int recovered = 0;
+    const QStringList dataRoots = DataRootsOf(state, alternateDataFolder);
     for (const QString& journal : FindUnfinishedRunsOf(state, alternateDataFolder)) {
-        if (OfferRecovery(state, journal))
+        if (OfferRecovery(state, journal, dataRoots))
             ++recovered;
     }
     return recovered;

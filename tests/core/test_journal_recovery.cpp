@@ -262,6 +262,45 @@ private slots:
         QVERIFY(FindUnfinishedRuns(Root()).isEmpty());
     }
 
+    // A journal is input: one whose header points its writes out of this experiment's data
+    // folders writes nothing anywhere.
+    void aJournalCanNotSteerWritesElsewhere_data() {
+        QTest::addColumn<QString>("field");
+        QTest::addColumn<QString>("value");
+        QTest::newRow("another data root") << "dataroot"
+                                           << "elsewhere";
+        QTest::newRow("a file name with a path") << "file"
+                                                 << "../elsewhere/data/study.exp";
+        QTest::newRow("a file name going up") << "file"
+                                              << "..";
+    }
+
+    void aJournalCanNotSteerWritesElsewhere() {
+        QFETCH(QString, field);
+        QFETCH(QString, value);
+        const QString path = KilledRun("s11", "1", "18:00:00", AnswerFirstRun);
+        QVERIFY(QDir().mkpath(Path("elsewhere/data")));
+        QByteArray bytes = ReadAll(path);
+        const qsizetype end = bytes.indexOf('\n');
+        QStringList fields = QString::fromUtf8(bytes.left(end)).split('\t');
+        fields.removeLast(); // the check field
+        for (QString& header : fields) {
+            if (header.startsWith(field + "="))
+                header = field + "=" + (field == "dataroot" ? Path(value) : value);
+        }
+        WriteBytes(path, JournalLine(fields) + bytes.mid(end + 1));
+        QVERIFY(ReadJournal(path));
+
+        const RecoveryResult result = RecoverRun(Launcher(), path, {Root()});
+        QVERIFY(!result.recovered);
+        QVERIFY2(result.problem.contains("nothing is written"), qPrintable(result.problem));
+        QVERIFY(!QFile::exists(Path("data/byquestionnaire/study.txt")));
+        QCOMPARE(QDir(Path("elsewhere/data")).entryList(QDir::NoDotAndDotDot | QDir::AllEntries),
+                 QStringList());
+        QVERIFY(!QDir(Path("data/recovered")).exists());
+        QCOMPARE(FindUnfinishedRuns(Root()), QStringList{path});
+    }
+
     void onlyTheRecordThatFailedIsWrittenLater() {
         QString path;
         {
