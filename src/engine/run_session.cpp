@@ -3,9 +3,9 @@
 #include "definitions/experiment_loader.h"
 #include "engine/fCodes.h"
 #include "engine/fMain.h"
-#include "engine/media_output.h"
 #include "engine/fPassword.h"
 #include "engine/fTimer.h"
+#include "engine/media_output.h"
 #include "items/media/fInstruction.h"
 #include "items/response/fScale.h"
 #include "output/data_by_questionnaire.h"
@@ -96,6 +96,7 @@ void RunSession::ReadExperimentInfo() {
                                                       QStringLiteral(".doc"), QString(), QString())
                                         .isEmpty());
     m_journal = RunJournal::Begin(m_state, OutputSettings());
+    m_driver.Order().Journal = m_journal.get();
     m_active = true;
     emit RunStarted();
     m_driver.StartExperiment();
@@ -141,11 +142,12 @@ void RunSession::PlayBackgroundSound(const QString& file) {
         return;
     const auto found = FindFile(file);
     if (!found) {
-        m_state.Boxes().Show(MessageBox{m_state.MessageTitle(),
-                                        QStringLiteral("The background file '") + file +
-                                            QStringLiteral("' was requested but not found.  This item will "
-                                                           "be ignored."),
-                                        BoxIcon::Information});
+        m_state.Boxes().Show(
+            MessageBox{m_state.MessageTitle(),
+                       QStringLiteral("The background file '") + file +
+                           QStringLiteral("' was requested but not found.  This item will "
+                                          "be ignored."),
+                       BoxIcon::Information});
         return;
     }
     // It plays on past its item, until it ends or another starts.
@@ -211,6 +213,7 @@ void RunSession::WriteDataByVariable() {
     m_journal->WriteRecord(RecordKind::ByVariable, settings.machineCode, write);
     // The last record of the run: the journal goes once both are in their files.
     m_journal->Finish();
+    m_driver.Order().Journal = nullptr;
     m_journal.reset();
 }
 

@@ -10,6 +10,7 @@
 #include "state/run_state.h"
 #include "state/text.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -136,6 +137,64 @@ QString WhyNotOurs(const JournalContents& contents, const QString& journal, QStr
            QStringLiteral("', which is not a data folder of this experiment; nothing is written.");
 }
 
+// The run's block of question_order.csv, unless it got there before the run was cut short.
+bool WriteOrder(RunState& state, const JournalContents& contents, RunJournal& journal) {
+    const JournalWriting& writing = contents.writing[std::size_t(RecordKind::Order)];
+    const QString path = RecordFilesOf(state, RecordKind::Order, QString()).txt;
+    if (writing.noted &&
+        HasRecordAfter(path, writing.txtSize, EncodeForFile(contents.orderHeader))) {
+        journal.NoteWritten(RecordKind::Order, true);
+        return true;
+    }
+    return journal.WriteRecord(RecordKind::Order, QString(), [&] {
+        QDir().mkpath(QFileInfo(path).path());
+        AppendFile file(path);
+        FileFault fault = file.Open();
+        if (fault == FileFault::None)
+            fault = file.Append(EncodeForFile(contents.OrderText()));
+        if (fault == FileFault::None && file.Close())
+            return true;
+        state.Boxes().Show(
+            MessageBox{state.MessageTitle(),
+                       QStringLiteral("The order of this run could not be added to '") + path +
+                           QStringLiteral("' (") + file.Reason() + QStringLiteral(")."),
+                       BoxIcon::Warning});
+        return false;
+    });
+}
+
+QString CsvField(const QString& text) {
+    if (!text.contains(QLatin1Char(',')) && !text.contains(QLatin1Char('"')))
+        return text;
+    return QLatin1Char('"') + QString(text).replace(QLatin1Char('"'), QStringLiteral("\"\"")) +
+           QLatin1Char('"');
+}
+
+// One row of data/recovered/recovered.csv, so that recovered records can be told from whole
+// ones. Empty when written, else what the operator should know.
+QString ListRecovered(const QString& dataRoot, const JournalContents& contents) {
+    const QString folder = RecoveredFolder(dataRoot);
+    const QString path = QDir(folder).filePath(QStringLiteral("recovered.csv"));
+    QDir().mkpath(folder);
+    AppendFile file(path);
+    FileFault fault = file.Open();
+    if (fault == FileFault::None) {
+        QString row;
+        if (QFileInfo(path).size() == 0)
+            row = QStringLiteral("subject,condition,started,recovered,items\r\n");
+        row += QStringList{CsvField(contents.subject), CsvField(contents.condition),
+                           contents.started, QDateTime::currentDateTime().toString(Qt::ISODate),
+                           QString::number(contents.ItemCount())}
+                   .join(QLatin1Char(',')) +
+               QStringLiteral("\r\n");
+        fault = file.Append(EncodeForFile(row), true);
+    }
+    if (fault == FileFault::None && file.Close())
+        return QString();
+    return QStringLiteral("The record could not be listed in '") + path + QStringLiteral("' (") +
+           file.Reason() + QStringLiteral(").");
+}
+
 void Recover(RunState& caller, const QString& path, const QStringList& dataRoots,
              RecoveryResult& result) {
     RunState state;
@@ -241,11 +300,15 @@ void Recover(RunState& caller, const QString& path, const QStringList& dataRoots
         });
         allWritten = allWritten && written;
     }
+    if (!contents->orderHeader.isEmpty() && !contents->writing[2].written)
+        allWritten = WriteOrder(state, *contents, *journal) && allWritten;
     if (!allWritten) {
         result.problem = QStringLiteral("the record could not be written to every data file.");
         return;
     }
     result.recovered = true;
+    if (const QString listed = ListRecovered(state.DataRoot, *contents); !listed.isEmpty())
+        result.note += (result.note.isEmpty() ? QString() : QStringLiteral(" ")) + listed;
     if (!journal->MoveTo(RecoveredFolder(state.DataRoot), &result.journal))
         result.note += (result.note.isEmpty() ? QString() : QStringLiteral(" ")) +
                        QStringLiteral("The journal could not be moved to '") +

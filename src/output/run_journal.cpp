@@ -14,6 +14,7 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <set>
 #include <sys/file.h>
 #include <unistd.h>
 
@@ -126,6 +127,8 @@ std::optional<RecordKind> KindOf(const QString& word) {
         return RecordKind::ByQuestionnaire;
     if (word == RecordKindWord(RecordKind::ByVariable))
         return RecordKind::ByVariable;
+    if (word == RecordKindWord(RecordKind::Order))
+        return RecordKind::Order;
     return std::nullopt;
 }
 
@@ -201,6 +204,13 @@ bool ReadLine(const QStringList& fields, JournalContents& contents) {
             writing.failed = true;
         return true;
     }
+    if (kind == QLatin1String("O")) {
+        const QString part = fields.value(1);
+        if (fields.size() != 3 || (part != QLatin1String("h") && part != QLatin1String("l")))
+            return false;
+        (part == QLatin1String("h") ? contents.orderHeader : contents.orderLines) += fields.at(2);
+        return true;
+    }
     if (kind == QLatin1String("E") && fields.size() == 1) {
         contents.ended = true;
         return true;
@@ -262,8 +272,15 @@ std::optional<QStringList> CheckedFields(QByteArrayView line) {
 } // namespace
 
 QString RecordKindWord(RecordKind kind) {
-    return kind == RecordKind::ByQuestionnaire ? QStringLiteral("byquestionnaire")
-                                               : QStringLiteral("byvariablename");
+    switch (kind) {
+    case RecordKind::ByQuestionnaire:
+        return QStringLiteral("byquestionnaire");
+    case RecordKind::ByVariable:
+        return QStringLiteral("byvariablename");
+    case RecordKind::Order:
+        break;
+    }
+    return QStringLiteral("order");
 }
 
 int JournalContents::ResponseCount() const {
@@ -276,7 +293,19 @@ int JournalContents::TimeCount() const {
 }
 
 bool JournalContents::AllWritten() const {
-    return writing[0].written && writing[1].written;
+    return writing[0].written && writing[1].written &&
+           (orderHeader.isEmpty() || writing[2].written);
+}
+
+QString JournalContents::OrderText() const {
+    return orderHeader + orderLines + QStringLiteral("\r\n");
+}
+
+int JournalContents::ItemCount() const {
+    std::set<std::pair<int, int>> items;
+    for (const JournalEntry& entry : entries)
+        items.emplace(entry.q, entry.i);
+    return int(items.size());
 }
 
 QString JournalFolder(const QString& dataRoot) {
@@ -343,6 +372,10 @@ std::optional<JournalContents> ReadJournal(const QString& path, QString* problem
 }
 
 RecordFiles RecordFilesOf(const RunState& state, RecordKind kind, const QString& machineCode) {
+    if (kind == RecordKind::Order)
+        return {QDir(DataFolder(state, QStringLiteral("byquestionnaire")))
+                    .filePath(QStringLiteral("question_order.csv")),
+                QString()};
     const QDir folder(DataFolder(state, kind == RecordKind::ByQuestionnaire
                                             ? QStringLiteral("byquestionnaire")
                                             : QStringLiteral("byvariablename")));
@@ -533,6 +566,10 @@ void RunJournal::NoteWriting(RecordKind kind, const QString& machineCode) {
             QString::number(QFileInfo(files.csv).size())});
 }
 
+void RunJournal::NoteOrder(bool header, const QString& text) {
+    Append({QStringLiteral("O"), QLatin1String(header ? "h" : "l"), text});
+}
+
 void RunJournal::NoteWritten(RecordKind kind, bool written) {
     m_outcome[std::size_t(kind)] = written ? 1 : 0;
     Append({QStringLiteral("W"), RecordKindWord(kind), QLatin1String(written ? "1" : "0")});
@@ -547,7 +584,8 @@ bool RunJournal::WriteRecord(RecordKind kind, const QString& machineCode,
 }
 
 bool RunJournal::Finish() {
-    if (m_outcome[0] == 1 && m_outcome[1] == 1) {
+    // The order counts only when the run got as far as writing it.
+    if (m_outcome[0] == 1 && m_outcome[1] == 1 && m_outcome[2] != 0) {
         Close();
         const QString folder = QFileInfo(m_path).path();
         if (!QFile::remove(m_path))

@@ -3,6 +3,7 @@
 // files as a normal end), a changed experiment refused, a record that reached its files before
 // the kill not written twice, and the operator's yes/no question.
 #include "definitions/experiment_loader.h"
+#include "engine/order_log.h"
 #include "output/data_by_questionnaire.h"
 #include "output/data_by_variable.h"
 #include "output/questionnaire_syntax.h"
@@ -123,7 +124,7 @@ private slots:
             QVERIFY2(ReadAll(Path("data/" + file)) == expected, qPrintable(file));
         }
         QVERIFY(FindUnfinishedRuns(Root()).isEmpty());
-        QCOMPARE(QDir(RecoveredFolder(Root())).entryList(QDir::Files).size(), 2);
+        QCOMPARE(QDir(RecoveredFolder(Root())).entryList({"*.journal"}, QDir::Files).size(), 2);
     }
 
     void theReplayFillsTheTablesAsStored() {
@@ -299,6 +300,59 @@ private slots:
                  QStringList());
         QVERIFY(!QDir(Path("data/recovered")).exists());
         QCOMPARE(FindUnfinishedRuns(Root()), QStringList{path});
+    }
+
+    // A recovered run gets its line of the order too, once, and is listed among the recovered
+    // records with when it started and how many items it kept.
+    void aRecoveredRunGetsItsOrderAndIsListed_data() {
+        QTest::addColumn<bool>("orderWrittenBeforeKill");
+        QTest::newRow("order not written") << false;
+        QTest::newRow("order written before the kill") << true;
+    }
+
+    void aRecoveredRunGetsItsOrderAndIsListed() {
+        QFETCH(bool, orderWrittenBeforeKill);
+        QString path;
+        QString started;
+        QVERIFY(QDir().mkpath(Path("data/byquestionnaire")));
+        WriteBytes(Path("data/byquestionnaire/question_order.csv"), "0,1,08:00:00,alpha.que\r\n");
+        {
+            auto state = Load("s12", "1", Settings("19:00:00"));
+            auto journal = RunJournal::Begin(*state, Settings("19:00:00"));
+            QVERIFY(journal);
+            path = journal->Path();
+            started = ReadJournal(path)->started;
+            OrderLog order;
+            order.Journal = journal.get();
+            order.StartFile("s12", "1", "19:00:01", "alpha.que", true);
+            order.AddItem("mood");
+            Answer(*state, 1, 1, 1, "4", 900);
+            order.AddItem("name");
+            Answer(*state, 1, 2, 1, "Ann", 1200);
+            if (orderWrittenBeforeKill) {
+                state->ExperimentFileName = "study";
+                journal->NoteWriting(RecordKind::Order, QString());
+                QFile file(Path("data/byquestionnaire/question_order.csv"));
+                QVERIFY(file.open(QIODevice::Append));
+                file.write(order.Text().toUtf8());
+            }
+        }
+        const RecoveryResult result = RecoverRun(Launcher(), path);
+        QVERIFY2(result.recovered, qPrintable(result.problem + result.note));
+        QCOMPARE(ReadAll(Path("data/byquestionnaire/question_order.csv")),
+                 "0,1,08:00:00,alpha.que\r\n"
+                 "s12,1,19:00:01,alpha.que\r\ns12,1,19:00:01,alpha.que,mood,name\r\n");
+        const QList<QByteArray> listed = ReadAll(Path("data/recovered/recovered.csv")).split('\n');
+        QCOMPARE(listed.size(), 3);
+        QCOMPARE(listed[0], "subject,condition,started,recovered,items\r");
+        const QList<QByteArray> row = listed[1].chopped(1).split(',');
+        QCOMPARE(row.size(), 5);
+        QCOMPARE(row[0], "s12");
+        QCOMPARE(row[1], "1");
+        QCOMPARE(QString(row[2]), started);
+        QVERIFY(QDateTime::fromString(QString(row[3]), Qt::ISODate).isValid());
+        QCOMPARE(row[4], "2");
+        QVERIFY(FindUnfinishedRuns(Root()).isEmpty());
     }
 
     void onlyTheRecordThatFailedIsWrittenLater() {
