@@ -3,9 +3,9 @@
 #include "definitions/experiment_loader.h"
 #include "engine/fCodes.h"
 #include "engine/fMain.h"
+#include "engine/media_output.h"
 #include "engine/fPassword.h"
 #include "engine/fTimer.h"
-#include "engine/media_output.h"
 #include "items/media/fInstruction.h"
 #include "items/response/fScale.h"
 #include "output/data_by_questionnaire.h"
@@ -142,12 +142,11 @@ void RunSession::PlayBackgroundSound(const QString& file) {
         return;
     const auto found = FindFile(file);
     if (!found) {
-        m_state.Boxes().Show(
-            MessageBox{m_state.MessageTitle(),
-                       QStringLiteral("The background file '") + file +
-                           QStringLiteral("' was requested but not found.  This item will "
-                                          "be ignored."),
-                       BoxIcon::Information});
+        m_state.Boxes().Show(MessageBox{m_state.MessageTitle(),
+                                        QStringLiteral("The background file '") + file +
+                                            QStringLiteral("' was requested but not found.  This item will "
+                                                           "be ignored."),
+                                        BoxIcon::Information});
         return;
     }
     // It plays on past its item, until it ends or another starts.
