@@ -15,6 +15,7 @@ struct UnattendedOptions {
     QString messageLog;
     std::optional<quint64> seed;
     bool virtualClock = false;
+    bool recover = false; // write the records of runs of this experiment that were cut short
     int timeoutSeconds = 0;
 };
 

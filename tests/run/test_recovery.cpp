@@ -73,11 +73,14 @@ class TestRecovery : public QObject {
     }
 
     // An unattended start on the virtual clock, as a piloting experimenter makes it.
-    int Start(const QString& subject, const QString& script) {
+    int Start(const QString& subject, const QString& script, bool recover = true) {
         QFile::remove(Path("messages.log"));
         QProcess process;
         process.setProcessEnvironment(Environment());
-        process.start(CORVANE_BIN, Arguments(subject, script) << "--virtual-clock");
+        QStringList arguments = Arguments(subject, script) << "--virtual-clock";
+        if (recover)
+            arguments << "--recover";
+        process.start(CORVANE_BIN, arguments);
         if (!process.waitForFinished(60000))
             return -1;
         return process.exitCode();
@@ -155,8 +158,16 @@ private slots:
 
         // The journal is kept among the recovered ones, and the run that followed left none.
         QVERIFY(Journals().isEmpty());
-        QCOMPARE(QDir(Path("data/recovered")).entryList(QDir::Files),
+        QCOMPARE(QDir(Path("data/recovered")).entryList({"*.journal"}, QDir::Files),
                  QStringList{QFileInfo(journal).fileName()});
+        const QStringList listed =
+            QString::fromUtf8(ReadAll(Path("data/recovered/recovered.csv"))).split("\r\n");
+        QCOMPARE(listed.value(1).section(',', 0, 2), "41,a," + before->started);
+        QCOMPARE(listed.value(1).section(',', 4), "3");
+        const QByteArray order = ReadAll(Path("data/byquestionnaire/question_order.csv"));
+        QVERIFY2(order.startsWith("41,a,") && order.contains(",items.que,v1,v2,v3") &&
+                     order.contains("\r\n42,a,"),
+                 order.constData());
         QCOMPARE(Record(Path("data/byquestionnaire/study.txt"), "42", 3).value(2),
                  "99,99,99,99,99,99");
         // A further start has nothing to offer.
@@ -179,6 +190,20 @@ private slots:
         QCOMPARE(Record(Path("data/byquestionnaire/study.txt"), "51", 3).value(2),
                  "2,4,5,99,99,99");
         QVERIFY(Journals().isEmpty());
+    }
+
+    // Unattended, a run cut short is written only when asked for; otherwise it is left and said.
+    void withoutRecoverTheJournalIsLeftAndSaid() {
+        const QString journal = KilledRun("71");
+        QVERIFY2(!journal.isEmpty(), "the run was not killed with three answers in its journal");
+        QCOMPARE(Start("72", "", false), 2);
+        QVERIFY(Log().filter("Corvane found the responses").isEmpty());
+        QVERIFY2(!Log()
+                      .filter("a run that did not end is left in its journal '" + journal + "'")
+                      .isEmpty(),
+                 qPrintable(Log().join('\n')));
+        QCOMPARE(Journals(), QStringList{journal});
+        QVERIFY(Record(Path("data/byquestionnaire/study.txt"), "71", 1).isEmpty());
     }
 
     void aRunThatEndsLeavesNoJournal() {
