@@ -148,6 +148,10 @@ public:
     /// otherwise it is kept, the operator told, and Corvane offers it at its next start.
     /// True when it was removed.
     bool Finish();
+    /// True when both records, and the order when it was written, reached their files.
+    bool RecordsWritten() const;
+    /// False when no file holds the whole journal at present: the responses are in memory only.
+    bool Kept() const { return m_fd >= 0 && !m_broken; }
     /// Moves the journal into `folder`, under its own name or a free one beside it; the
     /// journal is closed. True when moved; `movedTo` names where it is now.
     bool MoveTo(const QString& folder, QString* movedTo);
@@ -155,15 +159,24 @@ public:
 private:
     RunJournal(RunState& state, QString path, int fd);
     void Store(const StoredResponse& stored);
-    /// Appends one line and puts it on the disk. False after telling the operator once.
+    /// Appends one line and puts it on the disk. When that fails the whole journal is written
+    /// anew in another folder, at once and at every later line until that works; the operator
+    /// is told at the first failure and when it is kept again. False while it is kept nowhere.
     bool Append(const QStringList& fields);
+    /// Writes the whole journal to a new file in the data folder's journal folder or the
+    /// program's, the other one first after a failure, and removes the file it leaves.
+    bool KeepSomewhere(QString* reason);
     void Close();
 
     RunState& m_state;
     QString m_path;
     int m_fd = -1;
     bool m_connected = false;
-    bool m_failed = false;
+    QString m_base;        // the file name without ending; empty for a journal reopened
+    QByteArray m_lines;    // every line of the run, so that it can be written anew elsewhere
+    bool m_broken = false; // the file lacks a line
+    bool m_told = false;   // the operator knows that no file holds the journal
+    QString m_reason;      // why the last write failed
     std::array<int, 3> m_outcome{-1, -1, -1}; // by RecordKind: -1 not run, 0 failed, 1 written
     std::function<void(const StoredResponse&)> m_previousHook;
 };
