@@ -102,6 +102,8 @@ public:
                 if (m_nextSession) {
                     m_nextSession = false;
                     OpenSubjectEntry();
+                } else if (m_session.RecordMissing()) {
+                    Finish(UnattendedExit::RecordMissing);
                 } else {
                     Finish(m_endedByKey ? UnattendedExit::ScriptUsedUp : UnattendedExit::Finished);
                 }

@@ -25,6 +25,7 @@ constexpr int Finished = 0;
 constexpr int NotStarted = 1;
 constexpr int ScriptUsedUp = 2;
 constexpr int TimedOut = 3;
+constexpr int RecordMissing = 4;
 } // namespace UnattendedExit
 
 /// Runs the experiment as the subject form's OK would, feeding the script's input to the forms,

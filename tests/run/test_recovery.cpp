@@ -242,6 +242,37 @@ private slots:
         QVERIFY(Journals().isEmpty());
     }
 
+    // A full disk under the data folder: the journal goes to the program's folder before the
+    // first item, the record reaches no data file, and the run says where its responses are and
+    // ends with the status for a missing record.
+    void aFullDiskKeepsTheResponsesInTheProgramFolder() {
+        QVERIFY(QDir().mkpath(Path("data")));
+        if (QProcess::execute("mount", {"-t", "tmpfs", "-o", "size=16k", "tmpfs", Path("data")}) !=
+            0)
+            QSKIP("a small file system can't be mounted here (needs root): no full disk to test");
+        const auto unmount = qScopeGuard([&] { QProcess::execute("umount", {Path("data")}); });
+        QFile filler(Path("data/filler"));
+        QVERIFY(filler.open(QIODevice::WriteOnly));
+        while (filler.write(QByteArray(4096, 'x')) == 4096 && filler.flush()) {
+        }
+        filler.close();
+
+        QCOMPARE(Start("91", "wait 200\nkey 1\nwait 200\nkey 2\nwait 200\nkey 3\nwait 200\n"
+                             "key 4\nwait 200\nkey 5\nwait 200\nkey 1\n"),
+                 4);
+        const QString log = Log().join('\n');
+        const QDir fallback(Path("xdg/corvane/journal"));
+        const QStringList kept = fallback.entryList({"*.journal"}, QDir::Files);
+        QCOMPARE(kept.size(), 1);
+        const QString journal = fallback.filePath(kept[0]);
+        QVERIFY2(log.contains("Its responses are kept in '" + journal + "'"), qPrintable(log));
+        const auto contents = ReadJournal(journal);
+        QVERIFY(contents);
+        QCOMPARE(contents->ResponseCount(), 6);
+        QCOMPARE(contents->TimeCount(), 6);
+        QVERIFY(!ReadAll(Path("data/byquestionnaire/study.txt")).contains("'91'"));
+    }
+
     void aRunThatEndsLeavesNoJournal() {
         QCOMPARE(Start("61", "wait 200\nkey 1\nwait 200\nkey 2\nwait 200\nkey 3\nwait 200\nkey 4\n"
                              "wait 200\nkey 5\nwait 200\nkey 1\n"),
