@@ -211,7 +211,7 @@ def main():
 
         # The next start: another participant, whose run ends at once (its script is empty).
         recovery = f"r{n}"
-        result = subprocess.run(command(recovery, "", True), env=env)
+        result = subprocess.run(command(recovery, "", True) + ["--recover"], env=env)
         if result.returncode not in (0, 2):
             problems.append(f"{recovery}: exit status {result.returncode}")
         log = (logs / f"log-{recovery}.txt").read_text(encoding="utf-8").splitlines()

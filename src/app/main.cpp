@@ -58,6 +58,9 @@ struct Options {
         QStringLiteral("message-log"),
         QStringLiteral("Write every box of the run to FILE (default: standard error)."),
         QStringLiteral("FILE")};
+    QCommandLineOption recover{
+        QStringLiteral("recover"),
+        QStringLiteral("First write the records of runs of this experiment that were cut short.")};
     QCommandLineOption timeout{QStringLiteral("timeout"),
                                QStringLiteral("End a run still going after SECONDS."),
                                QStringLiteral("SECONDS")};
@@ -86,8 +89,8 @@ int main(int argc, char* argv[]) {
     parser.addVersionOption();
     options.screenshot.setFlags(QCommandLineOption::HiddenFromHelp);
     parser.addOptions({options.run, options.subject, options.condition, options.script,
-                       options.seed, options.virtualClock, options.messageLog, options.timeout,
-                       options.screenshot});
+                       options.seed, options.virtualClock, options.messageLog, options.recover,
+                       options.timeout, options.screenshot});
     parser.addPositionalArgument(
         QStringLiteral("FILE"),
         QStringLiteral("An experiment (.exp) or questionnaire (.que) to open for a participant; "
@@ -104,6 +107,7 @@ int main(int argc, char* argv[]) {
         run.script = parser.value(options.script);
         run.messageLog = parser.value(options.messageLog);
         run.virtualClock = parser.isSet(options.virtualClock);
+        run.recover = parser.isSet(options.recover);
         bool ok = true;
         if (parser.isSet(options.seed))
             run.seed = parser.value(options.seed).toULongLong(&ok);

@@ -248,6 +248,12 @@ bool ClearDataFiles(const QString& dataRoot) {
                 allGone = false;
         }
     }
+    // The journals of runs and of recovered runs belong to the data as well.
+    for (const QString& name :
+         {QStringLiteral("data/.journal"), QStringLiteral("data/recovered")}) {
+        if (const std::optional<QString> found = FindFile(root.filePath(name)))
+            allGone = QDir(*found).removeRecursively() && allGone;
+    }
     return allGone;
 }
 

@@ -6,8 +6,14 @@
 
 namespace corvane {
 
+class RunJournal;
+
 class OrderLog {
 public:
+    /// The journal of the run, told of every addition and of the writing at the end, so that a
+    /// run cut short gets its order too. Not owned; null when the run keeps none.
+    RunJournal* Journal = nullptr;
+
     /// One line: subject, condition and start time, then every file presented, in order.
     QString OrderHeader;
     /// One line per questionnaire presented, each begun by "\r\n", with its items in order.
@@ -25,6 +31,10 @@ public:
     bool AppendTo(const QString& folder);
     /// Empties the log.
     void Clear();
+
+private:
+    void Add(bool header, const QString& text);
+    bool Write(const QString& folder);
 };
 
 } // namespace corvane

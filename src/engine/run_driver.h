@@ -88,6 +88,7 @@ public:
 
     bool RunEnded() const { return m_ended; }
     const OrderLog& Order() const { return m_order; }
+    OrderLog& Order() { return m_order; }
     qint32 QuestionnaireStart = 0;
     QString LastSkipTarget;
 

@@ -97,6 +97,8 @@ void RunSession::ReadExperimentInfo() {
     if (needs.wordPerfect)
         OpenWordProcessor(m_state, QStringLiteral("wpd"), m_preferences.WordFolder, FirstPanel);
     m_journal = RunJournal::Begin(m_state, OutputSettings());
+    m_driver.Order().Journal = m_journal.get();
+    m_recordMissing = false;
     m_active = true;
     emit RunStarted();
     m_driver.StartExperiment();
@@ -200,22 +202,24 @@ DataOutputSettings RunSession::OutputSettings() const {
 void RunSession::WriteDataByQuestionnaire() {
     const DataOutputSettings settings = OutputSettings();
     auto write = [&] { return corvane::WriteDataByQuestionnaire(m_state, settings); };
-    if (m_journal)
-        m_journal->WriteRecord(RecordKind::ByQuestionnaire, settings.machineCode, write);
-    else
-        write();
+    const bool written =
+        m_journal ? m_journal->WriteRecord(RecordKind::ByQuestionnaire, settings.machineCode, write)
+                  : write();
+    m_recordMissing = m_recordMissing || !written;
 }
 
 void RunSession::WriteDataByVariable() {
     const DataOutputSettings settings = OutputSettings();
     auto write = [&] { return corvane::WriteDataByVariable(m_state, settings); };
     if (!m_journal) {
-        write();
+        m_recordMissing = !write() || m_recordMissing;
         return;
     }
     m_journal->WriteRecord(RecordKind::ByVariable, settings.machineCode, write);
+    m_recordMissing = !m_journal->RecordsWritten();
     // The last record of the run: the journal goes once both are in their files.
     m_journal->Finish();
+    m_driver.Order().Journal = nullptr;
     m_journal.reset();
 }
 

@@ -36,6 +36,8 @@ public:
     fMain* Backdrop() const;
     /// True from the start of a run until its closing message.
     bool RunActive() const { return m_active; }
+    /// True when the last run's record did not reach every data file.
+    bool RecordMissing() const { return m_recordMissing; }
     /// Switches the click of the item forms off or on (the launcher's setting).
     void SetMuteSounds(bool muted) { m_context.muteSounds = muted; }
     /// Forces the launcher's character set on the fonts of the forms; -1 for none.
@@ -97,6 +99,7 @@ private:
     QPointer<ItemForm> m_currentForm;
     const PresenterRegistry* m_presenters;
     bool m_active = false;
+    bool m_recordMissing = false;
     /// The journal of the run under way, which keeps its responses on the disk as they come.
     std::unique_ptr<RunJournal> m_journal;
 };

@@ -133,6 +133,8 @@ public:
                 if (m_nextSession) {
                     m_nextSession = false;
                     OpenSubjectEntry();
+                } else if (m_session.RecordMissing()) {
+                    Finish(UnattendedExit::RecordMissing);
                 } else {
                     Finish(m_endedByKey ? UnattendedExit::ScriptUsedUp : UnattendedExit::Finished);
                 }
@@ -528,8 +530,18 @@ int RunUnattended(const UnattendedOptions& options) {
     session.SetCharsetOverride(
         SettingsStore::Get(QStringLiteral("Corvane"), QStringLiteral("CharacterSet"), -1).toInt());
     UnattendedRunner runner(options, state, session, boxesRef, answers, std::move(actions));
-    // Runs of this experiment that were cut short are offered first, as at every start.
-    runner.BeforeFirstSession = [&] { OfferRecoveries(state, preferences.AlternateDataFolder); };
+    // Runs of this experiment that were cut short are offered first when asked for; with no one
+    // to look at them, they are otherwise left in their journals.
+    runner.BeforeFirstSession = [&] {
+        if (options.recover) {
+            OfferRecoveries(state, preferences.AlternateDataFolder);
+            return;
+        }
+        for (const QString& journal : FindUnfinishedRunsOf(state, preferences.AlternateDataFolder))
+            boxesRef.Note(QStringLiteral("a run that did not end is left in its journal '") +
+                          journal +
+                          QStringLiteral("'; --recover writes its record to the data files"));
+    };
     TimeoutGuard guard(options.timeoutSeconds);
     const int status = runner.Run();
     log.flush();

@@ -15,6 +15,7 @@ struct UnattendedOptions {
     QString messageLog;
     std::optional<quint64> seed;
     bool virtualClock = false;
+    bool recover = false; // write the records of runs of this experiment that were cut short
     int timeoutSeconds = 0;
 };
 
@@ -24,6 +25,7 @@ constexpr int Finished = 0;
 constexpr int NotStarted = 1;
 constexpr int ScriptUsedUp = 2;
 constexpr int TimedOut = 3;
+constexpr int RecordMissing = 4;
 } // namespace UnattendedExit
 
 /// Runs the experiment as the subject form's OK would, feeding the script's input to the forms,

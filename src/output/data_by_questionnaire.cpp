@@ -102,7 +102,7 @@ Records BuildRecords(RunState& state, const DataOutputSettings& settings) {
     return records;
 }
 
-bool Write(RunState& state, const DataOutputSettings& settings) {
+bool Write(RunState& state, const DataOutputSettings& settings, const RecordTargets& targets) {
     const std::optional<RecordPlace> place =
         EnterRecordFolder(state, QStringLiteral("byquestionnaire"), settings);
     if (!place)
@@ -110,26 +110,31 @@ bool Write(RunState& state, const DataOutputSettings& settings) {
     const QString& base = place->base;
     AppendFile txt(place->File(QStringLiteral(".txt")));
     AppendFile csv(place->File(QStringLiteral(".csv")));
-    const FileFault txtOpened =
-        OpenForRecord(state, txt, base + QStringLiteral(".txt"), kParticipantRecord);
-    if (txtOpened == FileFault::InUse)
+    if (targets.txt && OpenForRecord(state, txt, base + QStringLiteral(".txt"),
+                                     kParticipantRecord) == FileFault::InUse)
         return false;
     // The message names the .txt file even when the .csv is the one in use.
-    const FileFault csvOpened =
-        OpenForRecord(state, csv, base + QStringLiteral(".txt"), kParticipantRecord);
-    if (csvOpened == FileFault::InUse)
+    if (targets.csv && OpenForRecord(state, csv, base + QStringLiteral(".txt"),
+                                     kParticipantRecord) == FileFault::InUse)
         return false;
     const Records records = BuildRecords(state, settings);
-    const bool txtWritten = AppendAndClose(state, txt, records.txt, false, kParticipantRecord);
-    const bool csvWritten = AppendAndClose(state, csv, records.csv, true, kParticipantRecord);
+    const bool txtWritten =
+        !targets.txt || AppendAndClose(state, txt, records.txt, false, kParticipantRecord);
+    const bool csvWritten =
+        !targets.csv || AppendAndClose(state, csv, records.csv, true, kParticipantRecord);
     return txtWritten && csvWritten;
 }
 
 } // namespace
 
 bool WriteDataByQuestionnaire(RunState& state, const DataOutputSettings& settings) {
+    return WriteDataByQuestionnaire(state, settings, RecordTargets{});
+}
+
+bool WriteDataByQuestionnaire(RunState& state, const DataOutputSettings& settings,
+                              const RecordTargets& targets) {
     try {
-        return Write(state, settings);
+        return Write(state, settings, targets);
     } catch (const std::exception& error) {
         state.Boxes().Show(MessageBox{
             state.MessageTitle(),

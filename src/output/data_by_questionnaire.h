@@ -7,10 +7,14 @@ namespace corvane {
 
 class RunState;
 struct DataOutputSettings;
+struct RecordTargets;
 
 /// Appends the participant's record to the two files in data/byquestionnaire and leaves the
 /// working folder there. Quotes and commas of text responses are replaced in the run state
-/// itself. False when some part of the record could not be written; never throws.
+/// itself. False when some part of the record could not be written; never throws. Only the
+/// files that `targets` names get the record.
+bool WriteDataByQuestionnaire(RunState& state, const DataOutputSettings& settings,
+                              const RecordTargets& targets);
 bool WriteDataByQuestionnaire(RunState& state, const DataOutputSettings& settings);
 
 } // namespace corvane

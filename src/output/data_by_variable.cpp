@@ -235,7 +235,7 @@ bool WriteSyntax(RunState& state, const DataOutputSettings& settings,
     return written;
 }
 
-bool Write(RunState& state, const DataOutputSettings& settings) {
+bool Write(RunState& state, const DataOutputSettings& settings, const RecordTargets& targets) {
     const std::optional<RecordPlace> place =
         EnterRecordFolder(state, QStringLiteral("byvariablename"), settings);
     if (!place)
@@ -246,15 +246,17 @@ bool Write(RunState& state, const DataOutputSettings& settings) {
     const std::vector<VariableEntry> merged = MergeVariables(state);
     bool written = WriteVariableSyntax(state, settings, merged);
 
-    if (OpenForRecord(state, txt, base + QStringLiteral(".txt"), kParticipantRecord) ==
-        FileFault::InUse)
+    if (targets.txt && OpenForRecord(state, txt, base + QStringLiteral(".txt"),
+                                     kParticipantRecord) == FileFault::InUse)
         return false;
-    if (OpenForRecord(state, csv, base + QStringLiteral(".csv"), kParticipantRecord) ==
-        FileFault::InUse)
+    if (targets.csv && OpenForRecord(state, csv, base + QStringLiteral(".csv"),
+                                     kParticipantRecord) == FileFault::InUse)
         return false;
     const Records records = BuildRecords(state, settings, merged);
-    written = AppendAndClose(state, txt, records.txt, false, kParticipantRecord) && written;
-    written = AppendAndClose(state, csv, records.csv, true, kParticipantRecord) && written;
+    if (targets.txt)
+        written = AppendAndClose(state, txt, records.txt, false, kParticipantRecord) && written;
+    if (targets.csv)
+        written = AppendAndClose(state, csv, records.csv, true, kParticipantRecord) && written;
     return written;
 }
 
@@ -303,8 +305,13 @@ bool WriteVariableSyntax(RunState& state, const DataOutputSettings& settings,
 }
 
 bool WriteDataByVariable(RunState& state, const DataOutputSettings& settings) {
+    return WriteDataByVariable(state, settings, RecordTargets{});
+}
+
+bool WriteDataByVariable(RunState& state, const DataOutputSettings& settings,
+                         const RecordTargets& targets) {
     try {
-        return Write(state, settings);
+        return Write(state, settings, targets);
     } catch (const std::exception& error) {
         ReportUnexpected(state, error);
         return false;

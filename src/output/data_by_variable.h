@@ -10,6 +10,7 @@ namespace corvane {
 
 class RunState;
 struct DataOutputSettings;
+struct RecordTargets;
 
 /// One column of the data by variable.
 struct VariableEntry {
@@ -33,7 +34,9 @@ bool WriteVariableSyntax(RunState& state, const DataOutputSettings& settings,
 /// Writes the syntax and then appends the participant's record to the ".txt" and ".csv" files
 /// in data/byvariablename, leaving the working folder there. Runs after the record by
 /// questionnaire, whose text replacements it sees. False when some part could not be written;
-/// never throws.
+/// never throws. Only the files that `targets` names get the record.
+bool WriteDataByVariable(RunState& state, const DataOutputSettings& settings,
+                         const RecordTargets& targets);
 bool WriteDataByVariable(RunState& state, const DataOutputSettings& settings);
 
 } // namespace corvane

@@ -14,6 +14,13 @@ struct DataOutputSettings {
     QString time;        // "hh:mm:ss", 24-hour clock
 };
 
+/// Which of an organisation's two record files a writer appends to. A run writes both; recovery
+/// writes only those that lack the record.
+struct RecordTargets {
+    bool txt = true;
+    bool csv = true;
+};
+
 /// The settings of this moment: today's local short date and the time of day.
 DataOutputSettings CurrentDataOutputSettings(const QString& machineCode, const QString& inifile);
 

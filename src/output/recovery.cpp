@@ -10,6 +10,7 @@
 #include "state/run_state.h"
 #include "state/text.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -97,12 +98,105 @@ QByteArray CsvHead(const RunState& state, const QString& inifile) {
             .join(QLatin1Char(',')));
 }
 
-QString KindName(RecordKind kind) {
-    return kind == RecordKind::ByQuestionnaire ? QStringLiteral("by questionnaire")
-                                               : QStringLiteral("by variable name");
+// The files of a record that don't hold it yet. Before the writer was noted nothing of the
+// record can be there; after, each file holds it when a line written since starts with it.
+RecordTargets MissingFrom(const RunState& state, RecordKind kind, const JournalWriting& writing,
+                          const DataOutputSettings& settings) {
+    if (!writing.noted)
+        return RecordTargets{};
+    const RecordFiles files = RecordFilesOf(state, kind, settings.machineCode);
+    return RecordTargets{
+        !HasRecordAfter(files.txt, writing.txtSize, TxtHead(state, settings.inifile)),
+        !HasRecordAfter(files.csv, writing.csvSize, CsvHead(state, settings.inifile))};
 }
 
-void Recover(RunState& caller, const QString& path, RecoveryResult& result) {
+// The data root of a journal that lies in its data folder's journal or recovered folder.
+QString RootHoldingJournal(const QString& journal) {
+    QDir folder = QFileInfo(AbsoluteClean(journal)).dir();
+    const QString leaf = folder.dirName();
+    if ((leaf != QLatin1String(".journal") && leaf != QLatin1String("recovered")) ||
+        !folder.cdUp() || folder.dirName() != QLatin1String("data") || !folder.cdUp())
+        return QString();
+    return QDir::cleanPath(folder.absolutePath());
+}
+
+// A journal is read from disk like any input: it may steer the writes only into a data folder
+// of this experiment, and only to files of the experiment's own name.
+QString WhyNotOurs(const JournalContents& contents, const QString& journal, QStringList dataRoots) {
+    const QString& name = contents.experimentFileName;
+    if (name.isEmpty() || name.contains(QLatin1Char('/')) || name.contains(QLatin1Char('\\')) ||
+        name == QLatin1String(".") || name == QLatin1String(".."))
+        return QStringLiteral("the journal names the experiment file '") + name +
+               QStringLiteral("', which is not a plain file name; nothing is written.");
+    dataRoots << RootHoldingJournal(journal);
+    for (const QString& root : dataRoots) {
+        if (!root.isEmpty() && AbsoluteClean(root) == AbsoluteClean(contents.dataRoot))
+            return QString();
+    }
+    return QStringLiteral("the journal names the data folder '") + contents.dataRoot +
+           QStringLiteral("', which is not a data folder of this experiment; nothing is written.");
+}
+
+// The run's block of question_order.csv, unless it got there before the run was cut short.
+bool WriteOrder(RunState& state, const JournalContents& contents, RunJournal& journal) {
+    const JournalWriting& writing = contents.writing[std::size_t(RecordKind::Order)];
+    const QString path = RecordFilesOf(state, RecordKind::Order, QString()).txt;
+    if (writing.noted &&
+        HasRecordAfter(path, writing.txtSize, EncodeForFile(contents.orderHeader))) {
+        journal.NoteWritten(RecordKind::Order, true);
+        return true;
+    }
+    return journal.WriteRecord(RecordKind::Order, QString(), [&] {
+        QDir().mkpath(QFileInfo(path).path());
+        AppendFile file(path);
+        FileFault fault = file.Open();
+        if (fault == FileFault::None)
+            fault = file.Append(EncodeForFile(contents.OrderText()));
+        if (fault == FileFault::None && file.Close())
+            return true;
+        state.Boxes().Show(
+            MessageBox{state.MessageTitle(),
+                       QStringLiteral("The order of this run could not be added to '") + path +
+                           QStringLiteral("' (") + file.Reason() + QStringLiteral(")."),
+                       BoxIcon::Warning});
+        return false;
+    });
+}
+
+QString CsvField(const QString& text) {
+    if (!text.contains(QLatin1Char(',')) && !text.contains(QLatin1Char('"')))
+        return text;
+    return QLatin1Char('"') + QString(text).replace(QLatin1Char('"'), QStringLiteral("\"\"")) +
+           QLatin1Char('"');
+}
+
+// One row of data/recovered/recovered.csv, so that recovered records can be told from whole
+// ones. Empty when written, else what the operator should know.
+QString ListRecovered(const QString& dataRoot, const JournalContents& contents) {
+    const QString folder = RecoveredFolder(dataRoot);
+    const QString path = QDir(folder).filePath(QStringLiteral("recovered.csv"));
+    QDir().mkpath(folder);
+    AppendFile file(path);
+    FileFault fault = file.Open();
+    if (fault == FileFault::None) {
+        QString row;
+        if (QFileInfo(path).size() == 0)
+            row = QStringLiteral("subject,condition,started,recovered,items\r\n");
+        row += QStringList{CsvField(contents.subject), CsvField(contents.condition),
+                           contents.started, QDateTime::currentDateTime().toString(Qt::ISODate),
+                           QString::number(contents.ItemCount())}
+                   .join(QLatin1Char(',')) +
+               QStringLiteral("\r\n");
+        fault = file.Append(EncodeForFile(row), true);
+    }
+    if (fault == FileFault::None && file.Close())
+        return QString();
+    return QStringLiteral("The record could not be listed in '") + path + QStringLiteral("' (") +
+           file.Reason() + QStringLiteral(").");
+}
+
+void Recover(RunState& caller, const QString& path, const QStringList& dataRoots,
+             RecoveryResult& result) {
     RunState state;
     auto relay = std::make_unique<RelayBoxes>(caller.Boxes());
     RelayBoxes& boxes = *relay;
@@ -122,6 +216,10 @@ void Recover(RunState& caller, const QString& path, RecoveryResult& result) {
     if (!contents) {
         result.problem =
             QStringLiteral("the journal can not be read (") + problem + QStringLiteral(").");
+        return;
+    }
+    if (const QString refused = WhyNotOurs(*contents, path, dataRoots); !refused.isEmpty()) {
+        result.problem = refused;
         return;
     }
     result.responses = contents->ResponseCount();
@@ -188,37 +286,29 @@ void Recover(RunState& caller, const QString& path, RecoveryResult& result) {
         const JournalWriting& writing = contents->writing[std::size_t(kind)];
         if (writing.written)
             continue;
-        if (writing.noted) {
-            // The run was cut short while this record was being written: it may be there.
-            const RecordFiles files = RecordFilesOf(state, kind, settings.machineCode);
-            const bool inTxt =
-                HasRecordAfter(files.txt, writing.txtSize, TxtHead(state, settings.inifile));
-            const bool inCsv =
-                HasRecordAfter(files.csv, writing.csvSize, CsvHead(state, settings.inifile));
-            if (inTxt || inCsv) {
-                journal->NoteWritten(kind, true);
-                if (!inTxt || !inCsv)
-                    result.note += (result.note.isEmpty() ? QString() : QStringLiteral(" ")) +
-                                   QStringLiteral("The record ") + KindName(kind) +
-                                   QStringLiteral(" had reached '") +
-                                   (inTxt ? files.txt : files.csv) + QStringLiteral("' but not '") +
-                                   (inTxt ? files.csv : files.txt) +
-                                   QStringLiteral("' when the run was cut short; it is not "
-                                                  "written again, so that it is not there twice.");
-                continue;
-            }
+        // Each file on its own: the run may have been cut short, or a write may have failed,
+        // between the two files of a record.
+        const RecordTargets targets = MissingFrom(state, kind, writing, settings);
+        if (!targets.txt && !targets.csv) {
+            journal->NoteWritten(kind, true);
+            continue;
         }
         const bool written = journal->WriteRecord(kind, settings.machineCode, [&] {
-            return kind == RecordKind::ByQuestionnaire ? WriteDataByQuestionnaire(state, settings)
-                                                       : WriteDataByVariable(state, settings);
+            return kind == RecordKind::ByQuestionnaire
+                       ? WriteDataByQuestionnaire(state, settings, targets)
+                       : WriteDataByVariable(state, settings, targets);
         });
         allWritten = allWritten && written;
     }
+    if (!contents->orderHeader.isEmpty() && !contents->writing[2].written)
+        allWritten = WriteOrder(state, *contents, *journal) && allWritten;
     if (!allWritten) {
         result.problem = QStringLiteral("the record could not be written to every data file.");
         return;
     }
     result.recovered = true;
+    if (const QString listed = ListRecovered(state.DataRoot, *contents); !listed.isEmpty())
+        result.note += (result.note.isEmpty() ? QString() : QStringLiteral(" ")) + listed;
     if (!journal->MoveTo(RecoveredFolder(state.DataRoot), &result.journal))
         result.note += (result.note.isEmpty() ? QString() : QStringLiteral(" ")) +
                        QStringLiteral("The journal could not be moved to '") +
@@ -326,12 +416,12 @@ bool ReplayJournal(RunState& state, const JournalContents& contents, QString* pr
     return true;
 }
 
-RecoveryResult RecoverRun(RunState& state, const QString& journal) {
+RecoveryResult RecoverRun(RunState& state, const QString& journal, const QStringList& dataRoots) {
     RecoveryResult result;
     result.journal = journal;
     const QString working = QDir::currentPath();
     try {
-        Recover(state, journal, result);
+        Recover(state, journal, dataRoots, result);
     } catch (const std::exception& error) {
         result.recovered = false;
         result.problem = QString::fromLocal8Bit(error.what());
@@ -350,7 +440,7 @@ QString DescribeUnfinishedRun(const JournalContents& contents) {
            QStringLiteral(" stored");
 }
 
-bool OfferRecovery(RunState& state, const QString& journal) {
+bool OfferRecovery(RunState& state, const QString& journal, const QStringList& dataRoots) {
     const auto contents = ReadJournal(journal);
     if (!contents)
         return false;
@@ -368,7 +458,7 @@ bool OfferRecovery(RunState& state, const QString& journal) {
         BoxIcon::Question, BoxButtons::YesNo, BoxAnswer::Yes});
     if (answer != BoxAnswer::Yes)
         return false;
-    const RecoveryResult result = RecoverRun(state, journal);
+    const RecoveryResult result = RecoverRun(state, journal, dataRoots);
     if (result.recovered) {
         state.Boxes().Show(MessageBox{
             state.MessageTitle(),
@@ -393,8 +483,9 @@ bool OfferRecovery(RunState& state, const QString& journal) {
 
 int OfferRecoveries(RunState& state, const QString& alternateDataFolder) {
     int recovered = 0;
+    const QStringList dataRoots = DataRootsOf(state, alternateDataFolder);
     for (const QString& journal : FindUnfinishedRunsOf(state, alternateDataFolder)) {
-        if (OfferRecovery(state, journal))
+        if (OfferRecovery(state, journal, dataRoots))
             ++recovered;
     }
     return recovered;

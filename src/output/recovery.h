@@ -46,14 +46,18 @@ struct RecoveryResult {
 /// Writes the records of the run whose journal this is. Only the message boxes and the titles
 /// of `state` are used: the experiment is read into a run state of its own, so the run in hand
 /// and its drawing of orders are not touched. The working folder is kept. Never throws.
-RecoveryResult RecoverRun(RunState& state, const QString& journal);
+/// The journal's data root must be one of `dataRoots` or the folder whose data/.journal or
+/// data/recovered holds the journal, and its file name a plain name, or nothing is written.
+RecoveryResult RecoverRun(RunState& state, const QString& journal,
+                          const QStringList& dataRoots = {});
 
 /// One line for people: who, which condition and experiment, when, and how much was stored.
 QString DescribeUnfinishedRun(const JournalContents& contents);
 
 /// Tells the operator of the run and asks whether to write its record (a yes/no box, yes by
 /// default); on yes writes it and says how that went. True when the record was written.
-bool OfferRecovery(RunState& state, const QString& journal);
+/// `dataRoots` as for `RecoverRun`.
+bool OfferRecovery(RunState& state, const QString& journal, const QStringList& dataRoots = {});
 
 /// `OfferRecovery` for each unfinished run of the experiment opened in `state`. Returns how
 /// many were written.

@@ -14,6 +14,7 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <set>
 #include <sys/file.h>
 #include <unistd.h>
 
@@ -126,6 +127,8 @@ std::optional<RecordKind> KindOf(const QString& word) {
         return RecordKind::ByQuestionnaire;
     if (word == RecordKindWord(RecordKind::ByVariable))
         return RecordKind::ByVariable;
+    if (word == RecordKindWord(RecordKind::Order))
+        return RecordKind::Order;
     return std::nullopt;
 }
 
@@ -179,9 +182,12 @@ bool ReadLine(const QStringList& fields, JournalContents& contents) {
         if (fields.size() != 4 || !which || !txtOk || !csvOk)
             return false;
         JournalWriting& writing = contents.writing[std::size_t(*which)];
-        writing.noted = true;
-        writing.txtSize = txt;
-        writing.csvSize = csv;
+        // The first attempt's sizes: whatever any attempt appended lies beyond them.
+        if (!writing.noted) {
+            writing.noted = true;
+            writing.txtSize = txt;
+            writing.csvSize = csv;
+        }
         return true;
     }
     if (kind == QLatin1String("W")) {
@@ -196,6 +202,13 @@ bool ReadLine(const QStringList& fields, JournalContents& contents) {
             writing.written = true;
         else if (!writing.written)
             writing.failed = true;
+        return true;
+    }
+    if (kind == QLatin1String("O")) {
+        const QString part = fields.value(1);
+        if (fields.size() != 3 || (part != QLatin1String("h") && part != QLatin1String("l")))
+            return false;
+        (part == QLatin1String("h") ? contents.orderHeader : contents.orderLines) += fields.at(2);
         return true;
     }
     if (kind == QLatin1String("E") && fields.size() == 1) {
@@ -259,8 +272,15 @@ std::optional<QStringList> CheckedFields(QByteArrayView line) {
 } // namespace
 
 QString RecordKindWord(RecordKind kind) {
-    return kind == RecordKind::ByQuestionnaire ? QStringLiteral("byquestionnaire")
-                                               : QStringLiteral("byvariablename");
+    switch (kind) {
+    case RecordKind::ByQuestionnaire:
+        return QStringLiteral("byquestionnaire");
+    case RecordKind::ByVariable:
+        return QStringLiteral("byvariablename");
+    case RecordKind::Order:
+        break;
+    }
+    return QStringLiteral("order");
 }
 
 int JournalContents::ResponseCount() const {
@@ -273,7 +293,19 @@ int JournalContents::TimeCount() const {
 }
 
 bool JournalContents::AllWritten() const {
-    return writing[0].written && writing[1].written;
+    return writing[0].written && writing[1].written &&
+           (orderHeader.isEmpty() || writing[2].written);
+}
+
+QString JournalContents::OrderText() const {
+    return orderHeader + orderLines + QStringLiteral("\r\n");
+}
+
+int JournalContents::ItemCount() const {
+    std::set<std::pair<int, int>> items;
+    for (const JournalEntry& entry : entries)
+        items.emplace(entry.q, entry.i);
+    return int(items.size());
 }
 
 QString JournalFolder(const QString& dataRoot) {
@@ -340,6 +372,10 @@ std::optional<JournalContents> ReadJournal(const QString& path, QString* problem
 }
 
 RecordFiles RecordFilesOf(const RunState& state, RecordKind kind, const QString& machineCode) {
+    if (kind == RecordKind::Order)
+        return {QDir(DataFolder(state, QStringLiteral("byquestionnaire")))
+                    .filePath(QStringLiteral("question_order.csv")),
+                QString()};
     const QDir folder(DataFolder(state, kind == RecordKind::ByQuestionnaire
                                             ? QStringLiteral("byquestionnaire")
                                             : QStringLiteral("byvariablename")));
@@ -370,83 +406,112 @@ QString FallbackJournalFolder() {
     return ProgramFolder::FilePath(QStringLiteral("journal"));
 }
 
-std::unique_ptr<RunJournal> RunJournal::Begin(RunState& state, const DataOutputSettings& settings) {
-    // A data folder that can't be made must not cost the run its data: the journal then goes to
-    // the program's own folder, where the next start looks too.
-    QString folder = JournalFolder(state.DataRoot);
-    if (!QDir().mkpath(folder))
-        folder = FallbackJournalFolder();
-    const QDateTime now = QDateTime::currentDateTime();
-    const QString base = SafeName(WithoutExtension(state.ExperimentFileName)) + QLatin1Char('-') +
-                         SafeName(state.SubjectID) + QLatin1Char('-') +
-                         now.toString(QStringLiteral("yyyyMMdd-hhmmss-zzz"));
-    QString reason;
-    QString path;
-    int fd = -1;
+// A new journal file in `folder` holding `bytes`, put on the disk and locked; -1 with the
+// reason when it can't be made there.
+int CreateJournalFile(const QString& folder, const QString& base, const QByteArray& bytes,
+                      QString* path, QString* reason) {
     if (!QDir().mkpath(folder)) {
-        reason = QStringLiteral("the folder can not be made");
-    } else {
-        for (int n = 1; n <= 100 && fd < 0; ++n) {
-            path = QDir(folder).filePath(
-                base + (n == 1 ? QString() : QLatin1Char('-') + QString::number(n)) + kExtension);
-            fd = ::open(NativePath(path).constData(),
-                        O_WRONLY | O_CREAT | O_EXCL | O_APPEND | O_CLOEXEC, 0644);
-            if (fd < 0 && errno != EEXIST) {
-                reason = SystemReason(errno);
-                break;
-            }
-        }
-        if (fd < 0 && reason.isEmpty())
-            reason = SystemReason(EEXIST);
+        *reason = QStringLiteral("the folder can not be made");
+        return -1;
     }
-    std::unique_ptr<RunJournal> journal;
-    if (fd >= 0) {
-        // Held while the run lives, so that no other start takes it for a run that did not end.
-        ::flock(fd, LOCK_EX | LOCK_NB);
-        journal.reset(new RunJournal(state, path, fd));
-        QStringList header{kMagic,
-                           kVersion,
-                           QStringLiteral("experiment=") + state.ExperimentFile,
-                           QStringLiteral("file=") + state.ExperimentFileName,
-                           QStringLiteral("folder=") + state.ExperimentFolder,
-                           QStringLiteral("dataroot=") + state.DataRoot,
-                           QStringLiteral("subject=") + state.SubjectID,
-                           QStringLiteral("condition=") + state.ConditionID,
-                           QStringLiteral("started=") + now.toString(Qt::ISODateWithMs),
-                           QStringLiteral("date=") + settings.date,
-                           QStringLiteral("time=") + settings.time,
-                           QStringLiteral("machinecode=") + settings.machineCode,
-                           QStringLiteral("inifile=") + settings.inifile,
-                           QStringLiteral("questionnaires=") +
-                               QString::number(state.NumQuestionnaires)};
-        QByteArray bytes = JournalLine(header);
-        for (int q = 1; q <= state.NumQuestionnaires; ++q)
-            bytes += JournalLine(
-                {QStringLiteral("Q"), QString::number(q), state.QuestionnaireNames.value(q)});
-        if (const int error = WriteAndSync(fd, bytes)) {
-            reason = SystemReason(error);
-            journal.reset();
-            ::unlink(NativePath(path).constData());
-        } else {
-            SyncFolder(folder);
-            SyncFolder(QFileInfo(folder).path());
+    int fd = -1;
+    for (int n = 1; n <= 100 && fd < 0; ++n) {
+        *path = QDir(folder).filePath(
+            base + (n == 1 ? QString() : QLatin1Char('-') + QString::number(n)) + kExtension);
+        fd = ::open(NativePath(*path).constData(),
+                    O_WRONLY | O_CREAT | O_EXCL | O_APPEND | O_CLOEXEC, 0644);
+        if (fd < 0 && errno != EEXIST) {
+            *reason = SystemReason(errno);
+            return -1;
         }
     }
-    if (!journal) {
+    if (fd < 0) {
+        *reason = SystemReason(EEXIST);
+        return -1;
+    }
+    // Held while the run lives, so that no other start takes it for a run that did not end.
+    ::flock(fd, LOCK_EX | LOCK_NB);
+    if (const int error = WriteAndSync(fd, bytes)) {
+        *reason = SystemReason(error);
+        ::close(fd);
+        ::unlink(NativePath(*path).constData());
+        return -1;
+    }
+    SyncFolder(folder);
+    SyncFolder(QFileInfo(folder).path());
+    return fd;
+}
+
+std::unique_ptr<RunJournal> RunJournal::Begin(RunState& state, const DataOutputSettings& settings) {
+    const QDateTime now = QDateTime::currentDateTime();
+    auto journal = std::unique_ptr<RunJournal>(new RunJournal(state, QString(), -1));
+    journal->m_base = SafeName(WithoutExtension(state.ExperimentFileName)) + QLatin1Char('-') +
+                      SafeName(state.SubjectID) + QLatin1Char('-') +
+                      now.toString(QStringLiteral("yyyyMMdd-hhmmss-zzz"));
+    const QStringList header{kMagic,
+                             kVersion,
+                             QStringLiteral("experiment=") + state.ExperimentFile,
+                             QStringLiteral("file=") + state.ExperimentFileName,
+                             QStringLiteral("folder=") + state.ExperimentFolder,
+                             QStringLiteral("dataroot=") + state.DataRoot,
+                             QStringLiteral("subject=") + state.SubjectID,
+                             QStringLiteral("condition=") + state.ConditionID,
+                             QStringLiteral("started=") + now.toString(Qt::ISODateWithMs),
+                             QStringLiteral("date=") + settings.date,
+                             QStringLiteral("time=") + settings.time,
+                             QStringLiteral("machinecode=") + settings.machineCode,
+                             QStringLiteral("inifile=") + settings.inifile,
+                             QStringLiteral("questionnaires=") +
+                                 QString::number(state.NumQuestionnaires)};
+    journal->m_lines = JournalLine(header);
+    for (int q = 1; q <= state.NumQuestionnaires; ++q)
+        journal->m_lines += JournalLine(
+            {QStringLiteral("Q"), QString::number(q), state.QuestionnaireNames.value(q)});
+    // A data folder that can't be written must not cost the run its data: the journal then goes
+    // to the program's own folder, where the next start looks too.
+    QString reason;
+    if (!journal->KeepSomewhere(&reason)) {
+        // Said before the participant starts, so that the operator can make room first.
         state.Boxes().Show(MessageBox{
             state.MessageTitle(),
-            QStringLiteral("Corvane can not keep a journal of this run in '") + folder +
-                QStringLiteral("' (") + reason +
-                QStringLiteral("). The run goes on, but if it is cut short its responses are "
-                               "lost."),
+            QStringLiteral("Corvane can not keep a journal of this run in '") +
+                JournalFolder(state.DataRoot) + QStringLiteral("' or in '") +
+                FallbackJournalFolder() + QStringLiteral("' (") + reason +
+                QStringLiteral("). The run goes on and its responses are kept in memory until "
+                               "they are written to the data files at its end, but if it is cut "
+                               "short they are lost."),
             BoxIcon::Warning});
-        return nullptr;
+        journal->m_told = true;
     }
     RunJournal* self = journal.get();
     self->m_previousHook = state.ResponseStored;
     state.ResponseStored = [self](const StoredResponse& stored) { self->Store(stored); };
     self->m_connected = true;
     return journal;
+}
+
+bool RunJournal::KeepSomewhere(QString* reason) {
+    QStringList folders{JournalFolder(m_state.DataRoot), FallbackJournalFolder()};
+    // After a failure, the other folder first.
+    if (!m_path.isEmpty() && QFileInfo(m_path).path() == folders.front())
+        folders.swapItemsAt(0, 1);
+    for (const QString& folder : folders) {
+        QString path;
+        const int fd = CreateJournalFile(folder, m_base, m_lines, &path, reason);
+        if (fd < 0)
+            continue;
+        // The incomplete file goes, so that no one recovers a record from it.
+        if (m_fd >= 0)
+            ::close(m_fd);
+        if (!m_path.isEmpty()) {
+            ::unlink(NativePath(m_path).constData());
+            SyncFolder(QFileInfo(m_path).path());
+        }
+        m_fd = fd;
+        m_path = path;
+        return true;
+    }
+    return false;
 }
 
 std::unique_ptr<RunJournal> RunJournal::Reopen(RunState& state, const QString& path,
@@ -479,25 +544,52 @@ std::unique_ptr<RunJournal> RunJournal::Reopen(RunState& state, const QString& p
 }
 
 bool RunJournal::Append(const QStringList& fields) {
-    if (m_fd < 0)
-        return false;
-    const off_t before = ::lseek(m_fd, 0, SEEK_END);
-    const int error = WriteAndSync(m_fd, JournalLine(fields));
-    if (error == 0)
-        return true;
-    // Half a line would spoil the next one: the file goes back to where it was.
-    if (before >= 0 && ::ftruncate(m_fd, before) != 0) {
-        // The next line joins what is left of this one, and a reader passes over both.
+    const QByteArray line = JournalLine(fields);
+    m_lines += line;
+    if (m_fd >= 0 && !m_broken) {
+        const off_t before = ::lseek(m_fd, 0, SEEK_END);
+        const int error = WriteAndSync(m_fd, line);
+        if (error == 0)
+            return true;
+        // Half a line would spoil the next one: the file goes back to where it was.
+        if (before >= 0 && ::ftruncate(m_fd, before) != 0) {
+            // The file is given up below in any case.
+        }
+        m_broken = true;
+        m_reason = SystemReason(error);
     }
-    if (!m_failed) {
-        m_failed = true;
+    // A journal with a gap would recover a record with missing answers: the whole journal is
+    // written anew elsewhere, at every store until that works.
+    if (m_base.isEmpty())
+        return false; // a journal reopened by recovery holds its run's lines only on the disk
+    const QString was = m_path;
+    QString reason;
+    if (KeepSomewhere(&reason)) {
+        m_broken = false;
+        if (!was.isEmpty() || m_told)
+            m_state.Boxes().Show(MessageBox{
+                m_state.MessageTitle(),
+                (was.isEmpty() ? QStringLiteral("A journal of this run can now be kept")
+                               : QStringLiteral("Corvane could not add to the journal of this "
+                                                "run in '") +
+                                     was + QStringLiteral("' (") + m_reason + QStringLiteral(")")) +
+                    QStringLiteral(". The journal, with every response so far, is now kept in '") +
+                    m_path + QStringLiteral("'."),
+                BoxIcon::Warning});
+        m_told = false;
+        return true;
+    }
+    if (!m_told) {
+        m_told = true;
         m_state.Boxes().Show(MessageBox{
             m_state.MessageTitle(),
-            QStringLiteral("Corvane could not add to the journal of this run, '") + m_path +
-                QStringLiteral("' (") + SystemReason(error) +
-                QStringLiteral("). The responses are still written to the data files at the end "
-                               "of the run, but if the run is cut short, those not in the "
-                               "journal are lost."),
+            QStringLiteral("Corvane could not add to the journal of this run, '") + was +
+                QStringLiteral("' (") + m_reason + QStringLiteral("), nor keep it in '") +
+                JournalFolder(m_state.DataRoot) + QStringLiteral("' or '") +
+                FallbackJournalFolder() + QStringLiteral("' (") + reason +
+                QStringLiteral("). The responses are kept in memory and written to the data "
+                               "files at the end of the run; if the run is cut short before "
+                               "then, they are lost. Corvane tries again at every response."),
             BoxIcon::Warning});
     }
     return false;
@@ -530,6 +622,10 @@ void RunJournal::NoteWriting(RecordKind kind, const QString& machineCode) {
             QString::number(QFileInfo(files.csv).size())});
 }
 
+void RunJournal::NoteOrder(bool header, const QString& text) {
+    Append({QStringLiteral("O"), QLatin1String(header ? "h" : "l"), text});
+}
+
 void RunJournal::NoteWritten(RecordKind kind, bool written) {
     m_outcome[std::size_t(kind)] = written ? 1 : 0;
     Append({QStringLiteral("W"), RecordKindWord(kind), QLatin1String(written ? "1" : "0")});
@@ -543,9 +639,16 @@ bool RunJournal::WriteRecord(RecordKind kind, const QString& machineCode,
     return written;
 }
 
+bool RunJournal::RecordsWritten() const {
+    // The order counts only when the run got as far as writing it.
+    return m_outcome[0] == 1 && m_outcome[1] == 1 && m_outcome[2] != 0;
+}
+
 bool RunJournal::Finish() {
-    if (m_outcome[0] == 1 && m_outcome[1] == 1) {
+    if (RecordsWritten()) {
         Close();
+        if (m_path.isEmpty())
+            return true;
         const QString folder = QFileInfo(m_path).path();
         if (!QFile::remove(m_path))
             return false; // its lines say that both records are written: no one offers it again
@@ -553,21 +656,42 @@ bool RunJournal::Finish() {
         QDir().rmdir(folder); // only when no other journal is there
         return true;
     }
+    m_told = true; // one message at the end says it all
     Append({QStringLiteral("E")});
     auto outcome = [this](RecordKind kind) {
         return m_outcome[std::size_t(kind)] == 1 ? QStringLiteral("written")
                                                  : QStringLiteral("not written");
     };
-    m_state.Boxes().Show(MessageBox{
-        m_state.MessageTitle(),
+    const QString what =
         QStringLiteral("The record of participant ") + m_state.SubjectID +
-            QStringLiteral(" could not be written to every data file (by questionnaire: ") +
-            outcome(RecordKind::ByQuestionnaire) + QStringLiteral("; by variable name: ") +
-            outcome(RecordKind::ByVariable) + QStringLiteral("). Its responses are kept in '") +
-            m_path +
-            QStringLiteral("', and Corvane offers to write what is missing when this experiment "
-                           "is next opened."),
-        BoxIcon::Warning});
+        QStringLiteral(" could not be written to every data file (by questionnaire: ") +
+        outcome(RecordKind::ByQuestionnaire) + QStringLiteral("; by variable name: ") +
+        outcome(RecordKind::ByVariable) +
+        (m_outcome[2] == 0 ? QStringLiteral("; question_order.csv: not written") : QString()) +
+        QStringLiteral(").");
+    QString reason = m_reason;
+    // Nowhere to keep the responses: the operator may make room and try again.
+    while ((m_fd < 0 || m_broken) && !m_base.isEmpty()) {
+        const BoxAnswer again = m_state.Boxes().Show(MessageBox{
+            m_state.MessageTitle(),
+            what + QStringLiteral(" Nor can its responses be kept in a journal in '") +
+                JournalFolder(m_state.DataRoot) + QStringLiteral("' or '") +
+                FallbackJournalFolder() + QStringLiteral("' (") + reason +
+                QStringLiteral("). Make room on the disk or make a folder writable and press OK "
+                               "to try again; Cancel gives the responses up."),
+            BoxIcon::Critical, BoxButtons::OkCancel, BoxAnswer::Cancel});
+        if (again != BoxAnswer::Ok)
+            break;
+        if (KeepSomewhere(&reason))
+            m_broken = false;
+    }
+    if (m_fd >= 0 && !m_broken)
+        m_state.Boxes().Show(MessageBox{
+            m_state.MessageTitle(),
+            what + QStringLiteral(" Its responses are kept in '") + m_path +
+                QStringLiteral("', and Corvane offers to write what is missing when this "
+                               "experiment is next opened."),
+            BoxIcon::Warning});
     Close();
     return false;
 }

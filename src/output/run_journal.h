@@ -13,12 +13,14 @@
 //   Q q name                          a questionnaire of the experiment, in the tables' order
 //   R q i k name type value           a response stored at (q, i, k); type 0 number, 1 text
 //   T q i k name ms                   a reaction time stored at (q, i, k)
+//   O h|l text                        text added to the order log's header or item lines
 //   P kind txtsize csvsize            a record is about to be appended to the kind's files,
 //                                     which held so many bytes
 //   W kind 1|0                        the record reached its files, or it failed
 //   E                                 the run came to its end
 //
-// kind is "byquestionnaire" or "byvariablename". The first line is the header; the others come
+// kind is "byquestionnaire", "byvariablename" or "order" (question_order.csv, in the place of
+// the .txt; its csv size is 0). The first line is the header; the others come
 // in the order of events, and a later store at the same place replaces an earlier one.
 #pragma once
 
@@ -37,8 +39,8 @@ namespace corvane {
 class RunState;
 struct StoredResponse;
 
-/// The two organisations of a run's record.
-enum class RecordKind { ByQuestionnaire = 0, ByVariable = 1 };
+/// The two organisations of a run's record, and the order of its presentation.
+enum class RecordKind { ByQuestionnaire = 0, ByVariable = 1, Order = 2 };
 
 /// The word that journals and folders use for a kind.
 QString RecordKindWord(RecordKind kind);
@@ -76,15 +78,21 @@ struct JournalContents {
     DataOutputSettings settings; // machine code, preference file, date and time of the start
     QStringList questionnaires;  // from 1; element 0 unused
     std::vector<JournalEntry> entries;
-    std::array<JournalWriting, 2> writing; // by RecordKind
+    QString orderHeader; // the order log as the run kept it: empty when nothing was presented
+    QString orderLines;
+    std::array<JournalWriting, 3> writing; // by RecordKind
     bool ended = false;
     /// Lines passed over: cut off at the end or damaged. The header is never among them.
     int ignoredLines = 0;
 
     int ResponseCount() const;
     int TimeCount() const;
-    /// True when both kinds of record are in their files.
+    /// True when both kinds of record, and the order when there is one, are in their files.
     bool AllWritten() const;
+    /// The block of question_order.csv as the run would have added it.
+    QString OrderText() const;
+    /// Items of which the journal holds a response or a time.
+    int ItemCount() const;
 };
 
 /// DataRoot/data/.journal, where the journals of runs under way are kept.
@@ -104,6 +112,7 @@ struct RecordFiles {
     QString txt;
     QString csv;
 };
+/// For the order, `txt` is question_order.csv and `csv` is empty.
 RecordFiles RecordFilesOf(const RunState& state, RecordKind kind, const QString& machineCode);
 
 /// The open journal of one run. While it lives, it is told of every store of the run state
@@ -132,11 +141,17 @@ public:
                      const std::function<bool()>& writer);
     void NoteWriting(RecordKind kind, const QString& machineCode);
     void NoteWritten(RecordKind kind, bool written);
+    /// Text added to the order log: to its header, else to its item lines.
+    void NoteOrder(bool header, const QString& text);
 
     /// The end of the run: when both records reached their files the journal is removed;
     /// otherwise it is kept, the operator told, and Corvane offers it at its next start.
     /// True when it was removed.
     bool Finish();
+    /// True when both records, and the order when it was written, reached their files.
+    bool RecordsWritten() const;
+    /// False when no file holds the whole journal at present: the responses are in memory only.
+    bool Kept() const { return m_fd >= 0 && !m_broken; }
     /// Moves the journal into `folder`, under its own name or a free one beside it; the
     /// journal is closed. True when moved; `movedTo` names where it is now.
     bool MoveTo(const QString& folder, QString* movedTo);
@@ -144,16 +159,25 @@ public:
 private:
     RunJournal(RunState& state, QString path, int fd);
     void Store(const StoredResponse& stored);
-    /// Appends one line and puts it on the disk. False after telling the operator once.
+    /// Appends one line and puts it on the disk. When that fails the whole journal is written
+    /// anew in another folder, at once and at every later line until that works; the operator
+    /// is told at the first failure and when it is kept again. False while it is kept nowhere.
     bool Append(const QStringList& fields);
+    /// Writes the whole journal to a new file in the data folder's journal folder or the
+    /// program's, the other one first after a failure, and removes the file it leaves.
+    bool KeepSomewhere(QString* reason);
     void Close();
 
     RunState& m_state;
     QString m_path;
     int m_fd = -1;
     bool m_connected = false;
-    bool m_failed = false;
-    std::array<int, 2> m_outcome{-1, -1}; // by RecordKind: -1 not run, 0 failed, 1 written
+    QString m_base;        // the file name without ending; empty for a journal reopened
+    QByteArray m_lines;    // every line of the run, so that it can be written anew elsewhere
+    bool m_broken = false; // the file lacks a line
+    bool m_told = false;   // the operator knows that no file holds the journal
+    QString m_reason;      // why the last write failed
+    std::array<int, 3> m_outcome{-1, -1, -1}; // by RecordKind: -1 not run, 0 failed, 1 written
     std::function<void(const StoredResponse&)> m_previousHook;
 };
 

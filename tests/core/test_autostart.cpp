@@ -359,8 +359,13 @@ private slots:
     }
 
     void clearingDataDeletesFilesOnly() {
-        const QStringList gone{"data/s1.txt", "data/.hidden", "data/byvariablename/age.csv",
-                               "data/ByQuestionnaire/q1.sps"}; // case as made elsewhere
+        const QStringList gone{"data/s1.txt",
+                               "data/.hidden",
+                               "data/byvariablename/age.csv",
+                               "data/ByQuestionnaire/q1.sps", // case as made elsewhere
+                               "data/.journal/study-1.journal",
+                               "data/recovered/study-2.journal",
+                               "data/recovered/recovered.csv"};
         const QStringList kept{"data/voice/1/a.wav", "data/other/keep.txt", "study.exp"};
         for (const QString& file : gone + kept)
             Write(m_dir->filePath(file), "x");
@@ -370,6 +375,8 @@ private slots:
         for (const QString& file : kept)
             QVERIFY2(QFileInfo::exists(m_dir->filePath(file)), qPrintable(file));
         QVERIFY(QFileInfo(m_dir->filePath("data/byvariablename")).isDir());
+        QVERIFY(!QFileInfo::exists(m_dir->filePath("data/.journal")));
+        QVERIFY(!QFileInfo::exists(m_dir->filePath("data/recovered")));
         QVERIFY(ClearDataFiles(m_dir->filePath("nothing-here"))); // no data folder: nothing fails
         QCOMPARE(ClearDataQuestion(),
                  QString("Corvane will destroy any existing files in this experiment's 'Data' "

@@ -11,6 +11,7 @@
 #include "state/program_folder.h"
 #include "state/run_state.h"
 
+#include <QProcess>
 #include <QtTest>
 
 using namespace corvane;
@@ -354,10 +355,73 @@ private slots:
         WriteBytes(Path("data"), "a file where the data folder should be");
         WriteBytes(Path("blocked"), "a file where the program folder should be");
         ProgramFolder::SetPath(Path("blocked/program"));
-        QVERIFY(!RunJournal::Begin(*state, Settings()));
+        auto journal = RunJournal::Begin(*state, Settings());
+        QVERIFY(journal && !journal->Kept() && journal->Path().isEmpty());
         QCOMPARE(m_boxes.size(), 1);
         QVERIFY(m_boxes[0].text.startsWith("Corvane can not keep a journal of this run in '"));
-        QVERIFY(!state->ResponseStored);
+        // Kept in memory, and written out as soon as a folder can take it.
+        state->StoreResponse(1, 1, 1, "4");
+        QCOMPARE(m_boxes.size(), 1);
+        QFile::remove(Path("blocked"));
+        state->StoreResponse(1, 3, 1, "2");
+        QVERIFY(journal->Kept());
+        QVERIFY(journal->Path().startsWith(Path("blocked/program/journal/")));
+        QCOMPARE(m_boxes.size(), 2);
+        QVERIFY2(m_boxes[1].text.endsWith("The journal, with every response so far, is now kept "
+                                          "in '" +
+                                          journal->Path() + "'."),
+                 qPrintable(m_boxes[1].text));
+        QCOMPARE(ReadJournal(journal->Path())->ResponseCount(), 2);
+    }
+
+    // The data folder's disk fills up in the middle of the run: the journal is written whole to
+    // the program's folder at once, the operator told then, and the file with a gap removed.
+    void aJournalThatFailsMidRunIsWrittenWholeElsewhere() {
+        QVERIFY(QDir().mkpath(Path("data")));
+        QProcess mount;
+        mount.start("mount", {"-t", "tmpfs", "-o", "size=64k", "tmpfs", Path("data")});
+        if (!mount.waitForFinished(10000) || mount.exitCode() != 0)
+            QSKIP("a small file system can't be mounted here (needs root): no full disk to test");
+        const auto unmount = qScopeGuard([&] { QProcess::execute("umount", {Path("data")}); });
+        ProgramFolder::SetPath(Path("program"));
+        auto state = Load("9");
+        auto journal = RunJournal::Begin(*state, Settings());
+        QVERIFY(journal && journal->Kept());
+        const QString first = journal->Path();
+        QVERIFY(first.startsWith(Path("data/.journal/")));
+        state->StoreResponse(1, 1, 1, "4");
+        state->StoreResponseTime(1, 1, 1, 800);
+        QFile filler(Path("data/filler"));
+        QVERIFY(filler.open(QIODevice::WriteOnly));
+        const QByteArray block(4096, 'x');
+        while (filler.write(block) == block.size() && filler.flush()) {
+        }
+        filler.close();
+        QVERIFY(m_boxes.isEmpty());
+        // The journal's last page of the disk fills with a few answers more.
+        int stores = 0;
+        while (m_boxes.isEmpty() && stores < 1000) {
+            state->StoreResponse(1, 3, 1, QString(40, QChar('a' + stores % 26)));
+            ++stores;
+        }
+        QCOMPARE(m_boxes.size(), 1); // at once, not at the end
+        QVERIFY2(m_boxes[0].text.startsWith(
+                     "Corvane could not add to the journal of this run in '" + first + "'"),
+                 qPrintable(m_boxes[0].text));
+        QVERIFY(journal->Kept());
+        QVERIFY(journal->Path().startsWith(Path("program/journal/")));
+        QVERIFY(!QFile::exists(first));
+        state->StoreResponseTime(1, 3, 1, 650);
+        const auto contents = ReadJournal(journal->Path());
+        QVERIFY(contents);
+        QCOMPARE(contents->ResponseCount(), 1 + stores);
+        QCOMPARE(contents->entries[contents->entries.size() - 2].value,
+                 QString(40, QChar('a' + (stores - 1) % 26)));
+        QCOMPARE(contents->TimeCount(), 2);
+        QCOMPARE(contents->subject, "9");
+        QCOMPARE(contents->ignoredLines, 0);
+        QCOMPARE(m_boxes.size(), 1);
+        journal.reset();
     }
 
     // The journal is written and put on the disk when an item ends, after its end was read, and

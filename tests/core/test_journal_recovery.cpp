@@ -3,6 +3,7 @@
 // files as a normal end), a changed experiment refused, a record that reached its files before
 // the kill not written twice, and the operator's yes/no question.
 #include "definitions/experiment_loader.h"
+#include "engine/order_log.h"
 #include "output/data_by_questionnaire.h"
 #include "output/data_by_variable.h"
 #include "output/questionnaire_syntax.h"
@@ -123,7 +124,7 @@ private slots:
             QVERIFY2(ReadAll(Path("data/" + file)) == expected, qPrintable(file));
         }
         QVERIFY(FindUnfinishedRuns(Root()).isEmpty());
-        QCOMPARE(QDir(RecoveredFolder(Root())).entryList(QDir::Files).size(), 2);
+        QCOMPARE(QDir(RecoveredFolder(Root())).entryList({"*.journal"}, QDir::Files).size(), 2);
     }
 
     void theReplayFillsTheTablesAsStored() {
@@ -212,7 +213,19 @@ private slots:
         QVERIFY(byVariable.contains("','13:00:00'\r\n")); // written now, with the journal's time
     }
 
-    void aRecordCutShortOfItsSecondFileIsNamed() {
+    // Killed between the .txt and the .csv of a record: each file is looked at on its own, and
+    // the one that lacks the record gets it, once.
+    void aRecordCutShortOfItsSecondFileIsCompleted_data() {
+        QTest::addColumn<bool>("txtWritten");
+        QTest::addColumn<bool>("failedBefore");
+        QTest::newRow("in the .txt only") << true << false;
+        QTest::newRow("in the .csv only") << false << false;
+        QTest::newRow("after a failed attempt") << true << true;
+    }
+
+    void aRecordCutShortOfItsSecondFileIsCompleted() {
+        QFETCH(bool, txtWritten);
+        QFETCH(bool, failedBefore);
         QString path;
         {
             auto state = Load("s6", "1", Settings("13:30:00"));
@@ -221,20 +234,125 @@ private slots:
             path = journal->Path();
             AnswerFirstRun(*state);
             state->ExperimentFileName = "study";
+            RecordTargets half;
+            half.txt = txtWritten;
+            half.csv = !txtWritten;
+            if (failedBefore) {
+                journal->WriteRecord(RecordKind::ByQuestionnaire, QString(), [&] {
+                    WriteDataByQuestionnaire(*state, Settings("13:30:01"), half);
+                    return false;
+                });
+            }
+            // A later attempt notes the files as they are now, and is cut short.
             journal->NoteWriting(RecordKind::ByQuestionnaire, QString());
-            // Killed between the .txt and the .csv: the .txt has the record.
-            QFile txt(Path("data/byquestionnaire/study.txt"));
-            QVERIFY(txt.open(QIODevice::Append));
-            txt.write("'s6','1','" + Path("study.exp").toUtf8() +
-                      "','default.cvp','03/02/2024','13:30:01'\r\n'alpha'\r\n");
+            if (!failedBefore)
+                QVERIFY(WriteDataByQuestionnaire(*state, Settings("13:30:01"), half));
         }
         const RecoveryResult result = RecoverRun(Launcher(), path);
         QVERIFY2(result.recovered, qPrintable(result.problem));
-        QVERIFY2(result.note.contains("had reached '" + Path("data/byquestionnaire/study.txt") +
-                                      "' but not '" + Path("data/byquestionnaire/study.csv")),
-                 qPrintable(result.note));
-        QCOMPARE(Count(ReadAll(Path("data/byquestionnaire/study.txt")), "'s6','1','"), 1);
+        QVERIFY2(result.note.isEmpty(), qPrintable(result.note));
+        const QByteArray txt = ReadAll(Path("data/byquestionnaire/study.txt"));
+        const QByteArray csv = ReadAll(Path("data/byquestionnaire/study.csv"));
+        QCOMPARE(Count(txt, "'s6','1','"), 1);
+        QCOMPARE(Count(csv, "\r\ns6,1,"), 1);
+        // The file that had it keeps the run's own time; the other gets the journal's.
+        QCOMPARE(txt.contains("','13:30:01'\r\n"), txtWritten);
+        QCOMPARE(csv.contains(",13:30:01,"), !txtWritten);
         QCOMPARE(Count(ReadAll(Path("data/byvariablename/study.txt")), "'s6','1','"), 1);
+        QCOMPARE(Count(ReadAll(Path("data/byvariablename/study.csv")), "\r\ns6,1,"), 1);
+        QVERIFY(FindUnfinishedRuns(Root()).isEmpty());
+    }
+
+    // A journal is input: one whose header points its writes out of this experiment's data
+    // folders writes nothing anywhere.
+    void aJournalCanNotSteerWritesElsewhere_data() {
+        QTest::addColumn<QString>("field");
+        QTest::addColumn<QString>("value");
+        QTest::newRow("another data root") << "dataroot"
+                                           << "elsewhere";
+        QTest::newRow("a file name with a path") << "file"
+                                                 << "../elsewhere/data/study.exp";
+        QTest::newRow("a file name going up") << "file"
+                                              << "..";
+    }
+
+    void aJournalCanNotSteerWritesElsewhere() {
+        QFETCH(QString, field);
+        QFETCH(QString, value);
+        const QString path = KilledRun("s11", "1", "18:00:00", AnswerFirstRun);
+        QVERIFY(QDir().mkpath(Path("elsewhere/data")));
+        QByteArray bytes = ReadAll(path);
+        const qsizetype end = bytes.indexOf('\n');
+        QStringList fields = QString::fromUtf8(bytes.left(end)).split('\t');
+        fields.removeLast(); // the check field
+        for (QString& header : fields) {
+            if (header.startsWith(field + "="))
+                header = field + "=" + (field == "dataroot" ? Path(value) : value);
+        }
+        WriteBytes(path, JournalLine(fields) + bytes.mid(end + 1));
+        QVERIFY(ReadJournal(path));
+
+        const RecoveryResult result = RecoverRun(Launcher(), path, {Root()});
+        QVERIFY(!result.recovered);
+        QVERIFY2(result.problem.contains("nothing is written"), qPrintable(result.problem));
+        QVERIFY(!QFile::exists(Path("data/byquestionnaire/study.txt")));
+        QCOMPARE(QDir(Path("elsewhere/data")).entryList(QDir::NoDotAndDotDot | QDir::AllEntries),
+                 QStringList());
+        QVERIFY(!QDir(Path("data/recovered")).exists());
+        QCOMPARE(FindUnfinishedRuns(Root()), QStringList{path});
+    }
+
+    // A recovered run gets its line of the order too, once, and is listed among the recovered
+    // records with when it started and how many items it kept.
+    void aRecoveredRunGetsItsOrderAndIsListed_data() {
+        QTest::addColumn<bool>("orderWrittenBeforeKill");
+        QTest::newRow("order not written") << false;
+        QTest::newRow("order written before the kill") << true;
+    }
+
+    void aRecoveredRunGetsItsOrderAndIsListed() {
+        QFETCH(bool, orderWrittenBeforeKill);
+        QString path;
+        QString started;
+        QVERIFY(QDir().mkpath(Path("data/byquestionnaire")));
+        WriteBytes(Path("data/byquestionnaire/question_order.csv"), "0,1,08:00:00,alpha.que\r\n");
+        {
+            auto state = Load("s12", "1", Settings("19:00:00"));
+            auto journal = RunJournal::Begin(*state, Settings("19:00:00"));
+            QVERIFY(journal);
+            path = journal->Path();
+            started = ReadJournal(path)->started;
+            OrderLog order;
+            order.Journal = journal.get();
+            order.StartFile("s12", "1", "19:00:01", "alpha.que", true);
+            order.AddItem("mood");
+            Answer(*state, 1, 1, 1, "4", 900);
+            order.AddItem("name");
+            Answer(*state, 1, 2, 1, "Ann", 1200);
+            if (orderWrittenBeforeKill) {
+                state->ExperimentFileName = "study";
+                journal->NoteWriting(RecordKind::Order, QString());
+                QFile file(Path("data/byquestionnaire/question_order.csv"));
+                QVERIFY(file.open(QIODevice::Append));
+                file.write(order.Text().toUtf8());
+            }
+        }
+        const RecoveryResult result = RecoverRun(Launcher(), path);
+        QVERIFY2(result.recovered, qPrintable(result.problem + result.note));
+        QCOMPARE(ReadAll(Path("data/byquestionnaire/question_order.csv")),
+                 "0,1,08:00:00,alpha.que\r\n"
+                 "s12,1,19:00:01,alpha.que\r\ns12,1,19:00:01,alpha.que,mood,name\r\n");
+        const QList<QByteArray> listed = ReadAll(Path("data/recovered/recovered.csv")).split('\n');
+        QCOMPARE(listed.size(), 3);
+        QCOMPARE(listed[0], "subject,condition,started,recovered,items\r");
+        const QList<QByteArray> row = listed[1].chopped(1).split(',');
+        QCOMPARE(row.size(), 5);
+        QCOMPARE(row[0], "s12");
+        QCOMPARE(row[1], "1");
+        QCOMPARE(QString(row[2]), started);
+        QVERIFY(QDateTime::fromString(QString(row[3]), Qt::ISODate).isValid());
+        QCOMPARE(row[4], "2");
+        QVERIFY(FindUnfinishedRuns(Root()).isEmpty());
     }
 
     void onlyTheRecordThatFailedIsWrittenLater() {

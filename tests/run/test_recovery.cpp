@@ -73,11 +73,14 @@ class TestRecovery : public QObject {
     }
 
     // An unattended start on the virtual clock, as a piloting experimenter makes it.
-    int Start(const QString& subject, const QString& script) {
+    int Start(const QString& subject, const QString& script, bool recover = true) {
         QFile::remove(Path("messages.log"));
         QProcess process;
         process.setProcessEnvironment(Environment());
-        process.start(CORVANE_BIN, Arguments(subject, script) << "--virtual-clock");
+        QStringList arguments = Arguments(subject, script) << "--virtual-clock";
+        if (recover)
+            arguments << "--recover";
+        process.start(CORVANE_BIN, arguments);
         if (!process.waitForFinished(60000))
             return -1;
         return process.exitCode();
@@ -155,8 +158,16 @@ private slots:
 
         // The journal is kept among the recovered ones, and the run that followed left none.
         QVERIFY(Journals().isEmpty());
-        QCOMPARE(QDir(Path("data/recovered")).entryList(QDir::Files),
+        QCOMPARE(QDir(Path("data/recovered")).entryList({"*.journal"}, QDir::Files),
                  QStringList{QFileInfo(journal).fileName()});
+        const QStringList listed =
+            QString::fromUtf8(ReadAll(Path("data/recovered/recovered.csv"))).split("\r\n");
+        QCOMPARE(listed.value(1).section(',', 0, 2), "41,a," + before->started);
+        QCOMPARE(listed.value(1).section(',', 4), "3");
+        const QByteArray order = ReadAll(Path("data/byquestionnaire/question_order.csv"));
+        QVERIFY2(order.startsWith("41,a,") && order.contains(",items.que,v1,v2,v3") &&
+                     order.contains("\r\n42,a,"),
+                 order.constData());
         QCOMPARE(Record(Path("data/byquestionnaire/study.txt"), "42", 3).value(2),
                  "99,99,99,99,99,99");
         // A further start has nothing to offer.
@@ -179,6 +190,87 @@ private slots:
         QCOMPARE(Record(Path("data/byquestionnaire/study.txt"), "51", 3).value(2),
                  "2,4,5,99,99,99");
         QVERIFY(Journals().isEmpty());
+    }
+
+    // Unattended, a run cut short is written only when asked for; otherwise it is left and said.
+    void withoutRecoverTheJournalIsLeftAndSaid() {
+        const QString journal = KilledRun("71");
+        QVERIFY2(!journal.isEmpty(), "the run was not killed with three answers in its journal");
+        QCOMPARE(Start("72", "", false), 2);
+        QVERIFY(Log().filter("Corvane found the responses").isEmpty());
+        QVERIFY2(!Log()
+                      .filter("a run that did not end is left in its journal '" + journal + "'")
+                      .isEmpty(),
+                 qPrintable(Log().join('\n')));
+        QCOMPARE(Journals(), QStringList{journal});
+        QVERIFY(Record(Path("data/byquestionnaire/study.txt"), "71", 1).isEmpty());
+    }
+
+    // Killed by the system at the second write to the .csv by questionnaire (its header was the
+    // first): the .txt has the record and the .csv lacks it. Recovery completes the .csv alone.
+    void aRunKilledBetweenTheFilesOfARecordIsCompletedOnce() {
+        const QString strace = QStandardPaths::findExecutable("strace");
+        if (strace.isEmpty())
+            QSKIP("strace is not installed (Debian package strace), so no write can be stopped");
+        const QString csv = Path("data/byquestionnaire/study.csv");
+        QProcess process;
+        process.setProcessEnvironment(Environment());
+        process.start(strace,
+                      QStringList{"-f", "-o", "/dev/null", "-e", "trace=write", "-e",
+                                  "inject=write:signal=SIGKILL:when=2", "-P", csv, CORVANE_BIN}
+                          << Arguments("81", "wait 200\nkey 1\nwait 200\nkey 2\nwait 200\n"
+                                             "key 3\nwait 200\nkey 4\nwait 200\nkey 5\n"
+                                             "wait 200\nkey 1\n")
+                          << "--virtual-clock");
+        QVERIFY(process.waitForFinished(60000));
+        if (process.exitCode() != 137 && Journals().isEmpty())
+            QSKIP(qPrintable("strace can not stop a program here: " +
+                             process.readAllStandardError()));
+        QCOMPARE(Record(Path("data/byquestionnaire/study.txt"), "81", 1).size(), 1);
+        QVERIFY(!ReadAll(csv).contains("81,a,"));
+        QCOMPARE(Journals().size(), 1);
+
+        QCOMPARE(Start("82", "answer yes\n"), 2);
+        const QByteArray txt = ReadAll(Path("data/byquestionnaire/study.txt"));
+        const QByteArray rows = ReadAll(csv);
+        QCOMPARE(txt.count("'81','a','"), 1);
+        QCOMPARE(rows.count("\r\n81,a,"), 1);
+        QVERIFY2(rows.contains("\r\n81,a,") && rows.contains(",items,1,2,3,4,5,1,200,"),
+                 rows.constData());
+        QCOMPARE(ReadAll(Path("data/byvariablename/study.txt")).count("'81','a','"), 1);
+        QCOMPARE(ReadAll(Path("data/byvariablename/study.csv")).count("\r\n81,a,"), 1);
+        QVERIFY(Journals().isEmpty());
+    }
+
+    // A full disk under the data folder: the journal goes to the program's folder before the
+    // first item, the record reaches no data file, and the run says where its responses are and
+    // ends with the status for a missing record.
+    void aFullDiskKeepsTheResponsesInTheProgramFolder() {
+        QVERIFY(QDir().mkpath(Path("data")));
+        if (QProcess::execute("mount", {"-t", "tmpfs", "-o", "size=16k", "tmpfs", Path("data")}) !=
+            0)
+            QSKIP("a small file system can't be mounted here (needs root): no full disk to test");
+        const auto unmount = qScopeGuard([&] { QProcess::execute("umount", {Path("data")}); });
+        QFile filler(Path("data/filler"));
+        QVERIFY(filler.open(QIODevice::WriteOnly));
+        while (filler.write(QByteArray(4096, 'x')) == 4096 && filler.flush()) {
+        }
+        filler.close();
+
+        QCOMPARE(Start("91", "wait 200\nkey 1\nwait 200\nkey 2\nwait 200\nkey 3\nwait 200\n"
+                             "key 4\nwait 200\nkey 5\nwait 200\nkey 1\n"),
+                 4);
+        const QString log = Log().join('\n');
+        const QDir fallback(Path("xdg/corvane/journal"));
+        const QStringList kept = fallback.entryList({"*.journal"}, QDir::Files);
+        QCOMPARE(kept.size(), 1);
+        const QString journal = fallback.filePath(kept[0]);
+        QVERIFY2(log.contains("Its responses are kept in '" + journal + "'"), qPrintable(log));
+        const auto contents = ReadJournal(journal);
+        QVERIFY(contents);
+        QCOMPARE(contents->ResponseCount(), 6);
+        QCOMPARE(contents->TimeCount(), 6);
+        QVERIFY(!ReadAll(Path("data/byquestionnaire/study.txt")).contains("'91'"));
     }
 
     void aRunThatEndsLeavesNoJournal() {
