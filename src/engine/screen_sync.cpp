@@ -1,6 +1,7 @@
 #include "engine/screen_sync.h"
 
 #include <QGuiApplication>
+#include <QKeyEvent>
 #include <cstdlib>
 #include <xcb/xcb.h>
 
@@ -25,6 +26,13 @@ void WaitForScreen() {
 
 bool EventTimesOnRunClock() {
     return X11Connection() != nullptr;
+}
+
+quint32 KeyPlaceOf(const QKeyEvent& event) {
+    // Both number keys by XKB keycode; other platforms' scan codes mean something else.
+    const bool xkb = X11Connection() != nullptr ||
+                     QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
+    return xkb ? event.nativeScanCode() : 0;
 }
 
 } // namespace corvane

@@ -2,6 +2,10 @@
 // the moment the participant could see it.
 #pragma once
 
+#include <QtGlobal>
+
+class QKeyEvent;
+
 namespace corvane {
 
 /// Returns when the window system has taken everything drawn so far (a round trip to the X
@@ -11,5 +15,9 @@ void WaitForScreen();
 /// True when input events carry their time on the run clock (X11: the server's millisecond
 /// clock is the machine's monotonic clock).
 bool EventTimesOnRunClock();
+
+/// The place of a key on the keyboard as XKB numbers it (evdev + 8), where the window system
+/// tells it (X11, Wayland); 0 elsewhere and for keys sent from inside the program.
+quint32 KeyPlaceOf(const QKeyEvent& event);
 
 } // namespace corvane
