@@ -641,7 +641,8 @@ def main():
               f"{figures['injection_points']}{per_point}" + "".join(
                   f", {k} {v}" for k, v in sorted(figures.items()) if k.startswith("points ")
                   or k.startswith("status ")))
-        print(f"  responses checked {figures['responses_checked']}: lost {figures['lost']}, "
+        print(f"  responses checked (each in each of the four files) "
+              f"{figures['responses_checked']}: lost {figures['lost']}, "
               f"wrong {figures['wrong']}, duplicated {figures['duplicated']}, reaction times "
               f"lost {figures['times_lost']}, broken rows {figures['broken_rows']}, blank lines "
               f"{figures['blank_lines']}")
