@@ -1,5 +1,5 @@
 // Waiting until what a window has drawn is on the screen, so that the moment read after it is
-// the moment the participant could see it.
+// the moment the participant could see it; and what the window system tells of input events.
 #pragma once
 
 #include <QtGlobal>
