@@ -295,6 +295,14 @@ class Bench:
         places = [folder / "data" / ".journal", home / "xdg" / "corvane" / "journal"]
         return sorted(p for place in places if place.exists() for p in place.glob("*.journal"))
 
+    def journal_of(self, folder: Path, home: Path, subject: str):
+        """The journal that a participant's run left, read; None when there is none."""
+        for path in self.journals(folder, home):
+            journal = read_journal(path.read_bytes())
+            if journal[0] and journal[0].get("subject") == subject:
+                return journal
+        return None
+
     def fresh(self, study: Path, folder: Path):
         if folder.exists():
             shutil.rmtree(folder)
@@ -343,11 +351,11 @@ class Bench:
                 process.wait()
                 figures["kills"] += 1
             killed = process.returncode == -signal.SIGKILL
-            journals = self.journals(folder, home)
+            journal = self.journal_of(folder, home, subject)
             truth = self.answers(n, items)
-            if journals:
+            if journal:
                 figures["journals_left"] += 1
-                header, values, times, bad = read_journal(journals[-1].read_bytes())
+                header, values, times, bad = journal
                 figures["cut_journal_lines"] += bad
                 expected[subject] = (values, {i: str(t) for i, t in times.items()})
                 figures["stored_not_as_scripted"] += sum(
@@ -362,7 +370,7 @@ class Bench:
             if status not in (0, 2):
                 figures["next_start_failed"] += 1
             expected[recovery] = ({}, {})
-            if self.journals(folder, home):
+            if self.journal_of(folder, home, subject):
                 figures["journals_still_there"] += 1
             if n % 50 == 0:
                 print(f"  ... {n} random kills", flush=True)
@@ -477,10 +485,8 @@ class Bench:
                     expected = {"c": (truth, {})}
                 else:
                     # A run that stopped early owes only what it had taken.
-                    values, times = {}, {}
-                    for journal in self.journals(folder, home):
-                        _, values, times, _ = read_journal(journal.read_bytes())
-                    expected = {"c": (values, times)}
+                    journal = self.journal_of(folder, home, "c")
+                    expected = {"c": journal[1:3] if journal else ({}, {})}
             status = self.next_start(folder, home, "r")
             if status not in (0, 2):
                 figures["next_start_failed"] += 1
@@ -577,12 +583,8 @@ class Bench:
                     expected[subject] = ({i + 1: str(v) for i, v in
                                           enumerate(self.answers(n, items))}, {})
                 else:
-                    values, times = {}, {}
-                    for journal in self.journals(mount, home):
-                        header, v, t, _ = read_journal(journal.read_bytes())
-                        if header and header.get("subject") == subject:
-                            values, times = v, t
-                    expected[subject] = (values, times)
+                    journal = self.journal_of(mount, home, subject)
+                    expected[subject] = journal[1:3] if journal else ({}, {})
             used = shutil.disk_usage(mount)
             figures["bytes free at the end"] = used.free
             # Room again: the next start writes what the journals kept.
