@@ -5,7 +5,7 @@
 set -euo pipefail
 cd "$(dirname "$0")"
 
-PACKAGES=(g++ cmake ninja-build pkg-config qt6-base-dev libsqlite3-dev libxcb1-dev qt6-multimedia-dev gstreamer1.0-plugins-good xvfb xauth strace)
+PACKAGES=(g++ cmake ninja-build pkg-config qt6-base-dev libsqlite3-dev libxcb1-dev qt6-multimedia-dev gstreamer1.0-plugins-good xvfb xauth strace x11-xkb-utils xdotool)
 BUILD_DIR=${CORVANE_BUILD_DIR:-build}
 
 install_missing() {

@@ -2,7 +2,54 @@
 
 namespace corvane {
 
-int KeyCodeOf(int qtKey, Qt::KeyboardModifiers modifiers) {
+namespace {
+
+// XKB keycodes (evdev + 8) of the digit row "1" to "9", "0" and of the keypad digits 0 to 9.
+constexpr quint32 kDigitRowOne = 10;
+constexpr quint32 kDigitRowZero = 19;
+constexpr quint32 kKeypadDigits[10] = {90, 87, 88, 89, 83, 84, 85, 79, 80, 81};
+
+int DigitRowCode(quint32 xkbKeycode) {
+    if (xkbKeycode < kDigitRowOne || xkbKeycode > kDigitRowZero)
+        return 0;
+    return xkbKeycode == kDigitRowZero ? 48 : 49 + int(xkbKeycode - kDigitRowOne);
+}
+
+int KeypadDigitCode(quint32 xkbKeycode) {
+    for (int digit = 0; digit < 10; ++digit) {
+        if (kKeypadDigits[digit] == xkbKeycode)
+            return 96 + digit;
+    }
+    return 0;
+}
+
+// With Num Lock off the keypad digits are the cursor keys, and keep those codes.
+bool IsCursorKey(int qtKey) {
+    switch (qtKey) {
+    case Qt::Key_Home:
+    case Qt::Key_End:
+    case Qt::Key_Left:
+    case Qt::Key_Right:
+    case Qt::Key_Up:
+    case Qt::Key_Down:
+    case Qt::Key_PageUp:
+    case Qt::Key_PageDown:
+    case Qt::Key_Insert:
+    case Qt::Key_Delete:
+    case Qt::Key_Clear:
+        return true;
+    default:
+        return false;
+    }
+}
+
+} // namespace
+
+int KeyCodeOf(int qtKey, Qt::KeyboardModifiers modifiers, quint32 xkbKeycode) {
+    if (const int code = DigitRowCode(xkbKeycode))
+        return code;
+    if (const int code = KeypadDigitCode(xkbKeycode); code && !IsCursorKey(qtKey))
+        return code;
     if (modifiers.testFlag(Qt::KeypadModifier)) {
         if (qtKey >= Qt::Key_0 && qtKey <= Qt::Key_9)
             return 96 + (qtKey - Qt::Key_0);
@@ -34,6 +81,8 @@ int KeyCodeOf(int qtKey, Qt::KeyboardModifiers modifiers) {
         return 8;
     case Qt::Key_Tab:
         return 9;
+    case Qt::Key_Clear:
+        return 12;
     case Qt::Key_Return:
     case Qt::Key_Enter:
         return 13;

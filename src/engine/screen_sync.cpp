@@ -3,6 +3,7 @@
 #include "state/run_clock.h"
 
 #include <QGuiApplication>
+#include <QKeyEvent>
 #include <cstdlib>
 #include <poll.h>
 #include <xcb/xcb.h>
@@ -125,6 +126,13 @@ qint32 ScreenMoment(std::optional<qint32> shown, qint32 before, qint32 after) {
 
 bool EventTimesOnRunClock() {
     return X11Connection() != nullptr;
+}
+
+quint32 KeyPlaceOf(const QKeyEvent& event) {
+    // Both number keys by XKB keycode; other platforms' scan codes mean something else.
+    const bool xkb = X11Connection() != nullptr ||
+                     QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
+    return xkb ? event.nativeScanCode() : 0;
 }
 
 } // namespace corvane

@@ -1,9 +1,11 @@
 // Waiting until what a window has drawn is on the screen, so that the moment read after it is
-// the moment the participant could see it.
+// the moment the participant could see it; and what the window system tells of input events.
 #pragma once
 
 #include <QtGlobal>
 #include <optional>
+
+class QKeyEvent;
 
 namespace corvane {
 
@@ -21,5 +23,9 @@ qint32 ScreenMoment(std::optional<qint32> shown, qint32 before, qint32 after);
 /// True when input events carry their time on the run clock (X11: the server's millisecond
 /// clock is the machine's monotonic clock).
 bool EventTimesOnRunClock();
+
+/// The place of a key on the keyboard as XKB numbers it (evdev + 8), where the window system
+/// tells it (X11, Wayland); 0 elsewhere and for keys sent from inside the program.
+quint32 KeyPlaceOf(const QKeyEvent& event);
 
 } // namespace corvane

@@ -51,6 +51,39 @@ private slots:
         QCOMPARE(DecodeScaleKey(code, former), choice);
     }
 
+    // On X11 and Wayland a key also tells its place on the keyboard; the digit row and the keypad
+    // digits count by place, so that a layout that puts other characters there changes nothing.
+    void scaleChoicesByPlace_data() {
+        QTest::addColumn<int>("qtKey");
+        QTest::addColumn<int>("modifiers");
+        QTest::addColumn<uint>("place");
+        QTest::addColumn<QString>("choice");
+        const int none = int(Qt::NoModifier);
+        const int pad = int(Qt::KeypadModifier);
+        const int shift = int(Qt::ShiftModifier);
+        QTest::newRow("French 1 key gives &") << int(Qt::Key_Ampersand) << none << 10u << "1";
+        QTest::newRow("French 2 key gives e acute") << int(Qt::Key_Eacute) << none << 11u << "2";
+        QTest::newRow("French 5 key gives (") << int(Qt::Key_ParenLeft) << none << 14u << "5";
+        QTest::newRow("French 9 key gives c cedilla")
+            << int(Qt::Key_Ccedilla) << none << 18u << "9";
+        QTest::newRow("French 0 key gives a grave") << int(Qt::Key_Agrave) << none << 19u << "0";
+        QTest::newRow("shifted 3 key gives #") << int(Qt::Key_NumberSign) << shift << 12u << "3";
+        QTest::newRow("US 7 key") << int(Qt::Key_7) << none << 16u << "7";
+        QTest::newRow("keypad 2") << int(Qt::Key_2) << pad << 88u << "2";
+        QTest::newRow("keypad 7") << int(Qt::Key_7) << pad << 79u << "7";
+        QTest::newRow("keypad 1 without Num Lock is End") << int(Qt::Key_End) << pad << 87u << "#";
+        QTest::newRow("letter keeps its character") << int(Qt::Key_Q) << none << 38u << "Q";
+        QTest::newRow("F3 keeps its code") << int(Qt::Key_F3) << none << 69u << "3";
+    }
+    void scaleChoicesByPlace() {
+        QFETCH(int, qtKey);
+        QFETCH(int, modifiers);
+        QFETCH(uint, place);
+        QFETCH(QString, choice);
+        const int code = KeyCodeOf(qtKey, Qt::KeyboardModifiers(modifiers), place);
+        QCOMPARE(DecodeScaleKey(code, "4"), choice);
+    }
+
     void codes() {
         QCOMPARE(KeyCodeOf(Qt::Key_Backspace, Qt::NoModifier), 8);
         QCOMPARE(KeyCodeOf(Qt::Key_Space, Qt::NoModifier), 32);

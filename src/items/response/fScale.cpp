@@ -5,6 +5,7 @@
 #include "engine/key_codes.h"
 #include "engine/navigation_bar.h"
 #include "engine/run_driver.h"
+#include "engine/screen_sync.h"
 #include "state/error.h"
 #include "state/helpers.h"
 #include "state/run_state.h"
@@ -260,7 +261,8 @@ void fScale::bResponse_Click(int index, qint32 itemEnd) {
 }
 
 bool fScale::ItemKey(QKeyEvent* event, qint32 eventTime) {
-    KeyResponse(KeyCodeOf(event->key(), event->modifiers()), event->modifiers(), eventTime);
+    KeyResponse(KeyCodeOf(event->key(), event->modifiers(), KeyPlaceOf(*event)), event->modifiers(),
+                eventTime);
     return true; // the form has the whole keyboard
 }
 
