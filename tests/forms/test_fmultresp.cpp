@@ -228,6 +228,31 @@ private slots:
         QCOMPARE(run.state.CurrentQuestion, qint16(3));
     }
 
+    void backspaceGoesBackAfterTwoHundredMilliseconds() {
+        RunFixture run;
+        const QString header = kHeader.trimmed() + ",GoBack\n";
+        run.Start(header, Scale(1, "first").trimmed() + ",yes\n" +
+                              Multiple(2, "m", "(p4)").trimmed() + ",yes\n");
+        run.Wait(200);
+        Key(run.Form(), Qt::Key_1);
+        QWidget* form = run.Form();
+        QVERIFY(run.Control<QPushButton>("GoBack"));
+        run.Wait(250);
+        Click(run, 2);
+        Key(form, Qt::Key_Backspace); // 250 ms after the wording
+        QVERIFY(run.Form() != form);
+        QCOMPARE(run.state.CurrentQuestion, qint16(1));
+        // The back ending stores no values; the time of the click stays where it was put.
+        QCOMPARE(run.state.Responses().Value(1, 2, 2), QString());
+        QCOMPARE(run.state.Responses().Time(1, 2, 2), 250);
+        run.Wait(300);
+        Key(run.Form(), Qt::Key_1);
+        form = run.Form();
+        run.Wait(150);
+        Key(form, Qt::Key_Backspace); // within 200 ms: the item stays
+        QCOMPARE(run.Form(), form);
+    }
+
     void mouseUseFollowsTheFormerChoice() {
         RunFixture run;
         run.Start(kHeader, Scale(1, "first") +
