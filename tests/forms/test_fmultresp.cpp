@@ -322,6 +322,33 @@ private slots:
         QCOMPARE(warning->text(), "9");
     }
 
+    void oneOptionIsCodedAsASingleChoice() {
+        RunFixture run;
+        run.Start(kHeader, Multiple(1, "m", "(p1)") + Multiple(2, "n", "(p1)") +
+                               Scale(3, "next", "You said <m> and <n>."));
+        run.Wait(300);
+        Continue(run); // nothing chosen: nothing stored, and an empty answer to quote
+        QCOMPARE(run.state.Responses().Value(1, 1, 1), QString());
+        run.Wait(300);
+        Click(run, 1);
+        Continue(run);
+        QCOMPARE(run.state.Responses().Value(1, 2, 1), "1");
+        QCOMPARE(run.Control<QLabel>("lQuestion")->text(), "You said  and a.");
+    }
+
+    void missingCountShowsNoOptions() {
+        RunFixture run;
+        run.Start(kHeader, Multiple(1, "m", "(r1-2)") + Scale(2, "next"));
+        QVERIFY(run.boxes.first().text.contains("is missing the required parameter, p."));
+        QVERIFY(run.boxes.last().text.contains("'m' asks for at least 1 choices but offers 0"));
+        QWidget* form = run.Form();
+        QVERIFY(!Box(run, 1)->isVisible());
+        run.Wait(300);
+        Continue(run);
+        QVERIFY(run.Form() != form);
+        QCOMPARE(run.state.CurrentQuestion, qint16(2));
+    }
+
     void questionMarkCountPassesTheItemOver() {
         RunFixture run;
         run.Start(kHeader, Multiple(1, "m", "?") + Scale(2, "next"));

@@ -26,9 +26,10 @@ void fMultResp::Load() {
     if (item.Parameters == QLatin1String("?"))
         return NoPointsGiven();
     RunState& state = State();
-    const qint16 count = SingleMode() ? 1 : RoundToInt16(ReadNumber(item.Parameters));
+    m_variableCount = SingleMode() ? 1 : RoundToInt16(ReadNumber(item.Parameters));
     try {
-        state.Variables.SetVariableCount(state.CurrentQuestionnaire, state.CurrentQuestion, count);
+        state.Variables.SetVariableCount(state.CurrentQuestionnaire, state.CurrentQuestion,
+                                         m_variableCount);
     } catch (const CorvaneError& error) {
         state.Boxes().Show(
             MessageBox{state.MessageTitle(), error.description(), BoxIcon::Critical});
@@ -186,7 +187,9 @@ void fMultResp::Continue() {
         ShowLimitMessage(20); // the item stays
         return;
     }
-    if (SingleMode())
+    // The coding follows the item's count of variables: a list of one option is coded as a
+    // single choice too.
+    if (m_variableCount == 1)
         StoreTheChoice();
     else
         StoreEachOption();

@@ -34,6 +34,8 @@ private:
     int CheckedCount() const;
     bool IsSpecified(int n) const;
     bool SingleMode() const;
+
+    qint16 m_variableCount = 0;
 };
 
 } // namespace corvane
