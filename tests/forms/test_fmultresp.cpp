@@ -268,27 +268,42 @@ private slots:
         QCOMPARE(run.state.CurrentQuestion, qint16(4));
     }
 
-    void reversedRangeHasNoLimits() {
+    // What Continue stores, by coding: the options chosen, the count of variables, the values.
+    void codingsAtContinue_data() {
+        QTest::addColumn<QString>("parameters");
+        QTest::addColumn<QList<int>>("chosen");
+        QTest::addColumn<int>("count");
+        QTest::addColumn<QStringList>("values");
+        QTest::newRow("none chosen, no lower limit")
+            << "(p3)" << QList<int>{} << 3 << QStringList{"0", "0", "0"};
+        // A reversed range arrives as no limits at all, and multiple coding.
+        QTest::newRow("reversed range")
+            << "(p4,r3-2)" << QList<int>{1, 2, 3, 4} << 4 << QStringList{"1", "1", "1", "1"};
+        QTest::newRow("single choice")
+            << "(p4,r1-1)" << QList<int>{2} << 1 << QStringList{"2", "", "", ""};
+        // One option gives one variable, and one variable means single coding.
+        QTest::newRow("one option chosen") << "(p1)" << QList<int>{1} << 1 << QStringList{"1"};
+        QTest::newRow("one option left") << "(p1)" << QList<int>{} << 1 << QStringList{""};
+    }
+
+    void codingsAtContinue() {
+        QFETCH(QString, parameters);
+        QFETCH(QList<int>, chosen);
+        QFETCH(int, count);
+        QFETCH(QStringList, values);
         RunFixture run;
-        run.Start(kHeader, Multiple(1, "m", "(p4,r3-2)") + Scale(2, "next"));
+        run.Start(kHeader, Multiple(1, "m", parameters) + Scale(2, "next"));
         SetLimitMessages(run);
+        QWidget* form = run.Form();
         run.Wait(300);
-        for (int n = 1; n <= 4; ++n)
+        for (int n : chosen)
             Click(run, n);
         Continue(run);
         QVERIFY(run.boxes.isEmpty());
-        QCOMPARE(run.state.Variables.VariableCount(1, 1), qint16(4));
-        for (int n = 1; n <= 4; ++n)
-            QCOMPARE(run.state.Responses().Value(1, 1, n), "1");
-    }
-
-    void continueWithNothingStoresZeros() {
-        RunFixture run;
-        run.Start(kHeader, Multiple(1, "m", "(p3)") + Scale(2, "next"));
-        run.Wait(300);
-        Continue(run);
-        for (int n = 1; n <= 3; ++n)
-            QCOMPARE(run.state.Responses().Value(1, 1, n), "0");
+        QVERIFY(run.Form() != form);
+        QCOMPARE(run.state.Variables.VariableCount(1, 1), qint16(count));
+        for (int k = 1; k <= values.size(); ++k)
+            QCOMPARE(run.state.Responses().Value(1, 1, k), values[k - 1]);
     }
 
     void timeLimitContinuesOrWaits() {
@@ -322,18 +337,12 @@ private slots:
         QCOMPARE(warning->text(), "9");
     }
 
-    void oneOptionIsCodedAsASingleChoice() {
+    void oneOptionLeftQuotesNothing() {
         RunFixture run;
-        run.Start(kHeader, Multiple(1, "m", "(p1)") + Multiple(2, "n", "(p1)") +
-                               Scale(3, "next", "You said <m> and <n>."));
+        run.Start(kHeader, Multiple(1, "m", "(p1)") + Scale(2, "next", "You said <m>."));
         run.Wait(300);
-        Continue(run); // nothing chosen: nothing stored, and an empty answer to quote
-        QCOMPARE(run.state.Responses().Value(1, 1, 1), QString());
-        run.Wait(300);
-        Click(run, 1);
         Continue(run);
-        QCOMPARE(run.state.Responses().Value(1, 2, 1), "1");
-        QCOMPARE(run.Control<QLabel>("lQuestion")->text(), "You said  and a.");
+        QCOMPARE(run.Control<QLabel>("lQuestion")->text(), "You said .");
     }
 
     void missingCountShowsNoOptions() {
