@@ -58,7 +58,8 @@ private slots:
     }
 
     // Multiple response items: a fourth choice refused, a "<specify>" option typed, a click in
-    // the first 200 ms, a single choice stored as its number, a time limit with too few chosen.
+    // the first 200 ms, a single choice stored as its number, a time limit with too few chosen,
+    // options chosen by mouse and by key.
     void multipleResponsesFollowTheRules() {
         QTemporaryDir dir;
         QVERIFY(RunFixture(dir, CORVANE_FIXTURES "/multresp_run", ""));
@@ -77,17 +78,17 @@ private slots:
             ReadAll(dir.filePath("data/byquestionnaire/e.txt")).split('\n');
         QVERIFY(data.size() >= 4);
         // m1 by option, with the typed text; m2 as the number of its option; m3 after the limit.
-        QCOMPARE(data[2], "1,1,0,'Blue',3,1,0,0\r");
+        QCOMPARE(data[2], "1,1,0,'Blue',3,1,1,0\r");
         // The first click came within 200 ms and the fourth was refused: neither has a time. The
         // single choice keeps its time at its option's place, beyond the item's one variable.
-        QCOMPARE(data[3], "99,300,99,500,99,3000,99,99\r");
+        QCOMPARE(data[3], "99,300,99,500,99,3000,3000,99\r");
         const QList<QByteArray> byVariable =
             ReadAll(dir.filePath("data/byvariablename/e.csv")).split('\n');
         QVERIFY(byVariable.size() >= 2);
         QVERIFY2(byVariable[0].endsWith(",m1_01,m1_02,m1_03,m1_04,m2,m3_01,m3_02,m3_03,m1_01t,"
                                         "m1_02t,m1_03t,m1_04t,m2t,m3_01t,m3_02t,m3_03t\r"),
                  byVariable[0].constData());
-        QVERIFY2(byVariable[1].endsWith(",1,1,0,Blue,3,1,0,0,99,300,99,500,99,3000,99,99"),
+        QVERIFY2(byVariable[1].endsWith(",1,1,0,Blue,3,1,1,0,99,300,99,500,99,3000,3000,99"),
                  byVariable[1].constData());
     }
 };
