@@ -2,6 +2,7 @@
 
 #include "definitions/number_reading.h"
 #include "definitions/parameters.h"
+#include "engine/run_driver.h"
 #include "state/error.h"
 #include "state/helpers.h"
 #include "state/run_state.h"
@@ -223,6 +224,14 @@ void ChoiceForm::ShowWording() {
 
 void ChoiceForm::StopTimer() {
     m_timer1.reset();
+}
+
+void ChoiceForm::PassOverWithoutPoints(const QString& text) {
+    State().Boxes().Show(MessageBox{DefaultBoxTitle(), text, BoxIcon::Information});
+    Unload();
+    // The choice is a shared value that no item clears: the jump may be an earlier item's.
+    State().SkipTarget = SkipOfLatestChoice();
+    Driver().NextQuestion();
 }
 
 QString ChoiceForm::SkipOfLatestChoice() const {

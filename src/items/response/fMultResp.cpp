@@ -44,17 +44,11 @@ bool fMultResp::SingleMode() const {
 }
 
 void fMultResp::NoPointsGiven() {
-    State().Boxes().Show(
-        MessageBox{DefaultBoxTitle(),
-                   QStringLiteral("The current multiple response item has no parameter value. "
-                                  "Edit the current questionnaire and add a parameter value for "
-                                  "this item.  For example, a value of (p5) would result in 5 "
-                                  "choice options."),
-                   BoxIcon::Information});
-    Unload();
-    // The jump of the former item's choice: the choice is a shared value that no item clears.
-    State().SkipTarget = SkipOfLatestChoice();
-    Driver().NextQuestion();
+    PassOverWithoutPoints(
+        QStringLiteral("The current multiple response item has no parameter value. "
+                       "Edit the current questionnaire and add a parameter value for "
+                       "this item.  For example, a value of (p5) would result in 5 "
+                       "choice options."));
 }
 
 // A lower limit above the options shown could never be met, and the participant would be held

@@ -33,17 +33,11 @@ void fScale::Load() {
 }
 
 void fScale::NoPointsGiven() {
-    State().Boxes().Show(
-        MessageBox{DefaultBoxTitle(),
-                   QStringLiteral("The current scale item response has no parameter value. "
-                                  "Edit the current questionnaire and add a parameter value "
-                                  "for this item.  For example, a value of (p5) would result "
-                                  "in 5 scale points."),
-                   BoxIcon::Information});
-    Unload();
-    // The jump of the former item's choice: the choice is a shared value that no item clears.
-    State().SkipTarget = SkipOfLatestChoice();
-    Driver().NextQuestion();
+    PassOverWithoutPoints(
+        QStringLiteral("The current scale item response has no parameter value. "
+                       "Edit the current questionnaire and add a parameter value "
+                       "for this item.  For example, a value of (p5) would result "
+                       "in 5 scale points."));
 }
 
 void fScale::ResponseClicked(int index, qint32 itemEnd) {
