@@ -7,6 +7,7 @@
 // and the registry names the list, so all of them are always linked in.
 #include "engine/presenter_registry.h"
 #include "items/media/fInstruction.h"
+#include "items/response/fMultResp.h"
 #include "items/response/fScale.h"
 
 namespace corvane {
@@ -14,6 +15,7 @@ namespace corvane {
 void RegisterProgramForms(PresenterRegistry& forms) {
     forms.Add<fScale>({QStringLiteral("scale response")});
     forms.Add<fInstruction>({QStringLiteral("instructions")});
+    forms.Add<fMultResp>({QStringLiteral("multiple response")});
 }
 
 } // namespace corvane
