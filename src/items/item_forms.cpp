@@ -7,12 +7,14 @@
 // and the registry names the list, so all of them are always linked in.
 #include "engine/presenter_registry.h"
 #include "items/media/fInstruction.h"
+#include "items/response/fRank.h"
 #include "items/response/fScale.h"
 
 namespace corvane {
 
 void RegisterProgramForms(PresenterRegistry& forms) {
     forms.Add<fScale>({QStringLiteral("scale response")});
+    forms.Add<fRank>({QStringLiteral("ranking")});
     forms.Add<fInstruction>({QStringLiteral("instructions")});
 }
 

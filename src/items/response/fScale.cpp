@@ -192,20 +192,11 @@ void fScale::ApplyLabelParameters(int n) {
 }
 
 void fScale::NoPointsGiven() {
-    State().Boxes().Show(
-        MessageBox{DefaultBoxTitle(),
-                   QStringLiteral("The current scale item response has no parameter value. "
-                                  "Edit the current questionnaire and add a parameter value "
-                                  "for this item.  For example, a value of (p5) would result "
-                                  "in 5 scale points."),
-                   BoxIcon::Information});
-    Unload();
-    // The jump of the former item's choice: the choice is a shared value that no item clears.
-    const int stale = int(ReadNumber(State().ResponseIndex));
-    const QString skip =
-        stale >= 1 && stale <= kPoints ? Item().skips[std::size_t(stale)] : QString();
-    State().SkipTarget = skip;
-    Driver().NextQuestion();
+    PassOverWithStaleChoice(
+        QStringLiteral("The current scale item response has no parameter value. "
+                       "Edit the current questionnaire and add a parameter value "
+                       "for this item.  For example, a value of (p5) would result "
+                       "in 5 scale points."));
 }
 
 void fScale::Reveal() {
