@@ -1,6 +1,7 @@
-// A ranking item run unattended on the virtual clock from a pilot script: a Continue before
-// every label has crossed, two labels brought to the same height, the tidy, a drag after it and
-// a second tidy, then the store. The data hold each label's rank and each control's first touch.
+// A ranking item run unattended on the virtual clock from a pilot script: a time limit told and
+// left out, a Continue before every label has crossed, two labels brought to the same height,
+// the tidy, a drag after it and a second tidy, then the store. The data hold each label's rank
+// and each control's first touch.
 #include "definition_fixtures.h"
 #include "state/random_source.h"
 
@@ -57,17 +58,19 @@ private slots:
         QCOMPARE(run.exitCode(), 0);
 
         const QList<QByteArray> log = ReadAll(dir.filePath("messages.log")).split('\n');
-        QVERIFY(log.size() >= 6);
+        QVERIFY(log.size() >= 7);
+        // A time limit on a ranking item is told and left out: the item outlasts it.
+        QVERIFY(log[0].startsWith("Please note\tThe ranking item 'values' has a time limit"));
         const QByteArray notCrossed =
             "Please note\tPlease drag every answer across the line before you go on.\tok";
         const QByteArray confirm =
             "Please note\tIs this the order you want? If not, drag the answers again.\tok";
-        QCOMPARE(log[0], "Corvane\tPut these in order of importance\tok");
-        QCOMPARE(log[1], notCrossed); // nothing dragged
-        QCOMPARE(log[2], notCrossed); // Label1(4) still on the left
-        QCOMPARE(log[3], confirm);    // the first tidy
-        QCOMPARE(log[4], confirm);    // tidied again after a drag
-        QVERIFY(log[5].startsWith("Participant s1\t"));
+        QCOMPARE(log[1], "Corvane\tPut these in order of importance\tok");
+        QCOMPARE(log[2], notCrossed); // nothing dragged
+        QCOMPARE(log[3], notCrossed); // Label1(4) still on the left
+        QCOMPARE(log[4], confirm);    // the first tidy
+        QCOMPARE(log[5], confirm);    // tidied again after a drag
+        QVERIFY(log[6].startsWith("Participant s1\t"));
 
         // The script's final order of the controls, top to bottom: 1 and 3 level at the top
         // (the lower index first), then 4, then 2 moved below it after the first tidy.
