@@ -360,6 +360,33 @@ private slots:
         QCOMPARE(shown, QStringList({" <missing label> ", " <missing label> ", " a "}));
     }
 
+    // Labels beyond the twelfth have no text; beyond the thirtieth there are no controls.
+    void manyLabels_data() {
+        QTest::addColumn<QString>("parameters");
+        QTest::addColumn<int>("shown");
+        QTest::addColumn<bool>("told");
+        QTest::newRow("fourteen") << "(p14)" << 14 << false;
+        QTest::newRow("thirty-one") << "(p31)" << 30 << true;
+    }
+    void manyLabels() {
+        QFETCH(QString, parameters);
+        QFETCH(int, shown);
+        QFETCH(bool, told);
+        RunFixture run;
+        run.Start(kHeader, Ranking(1, "r1", parameters) + Last(2));
+        const bool tellsTheLimit =
+            !run.boxes.isEmpty() && run.boxes.last().text.contains("'r1' asks for 31 labels, but a "
+                                                                   "ranking item shows at most 30");
+        QCOMPARE(tellsTheLimit, told);
+        run.Wait(100);
+        int missing = 0;
+        for (int n = 1; n <= 30; ++n) {
+            QCOMPARE(Label(run, n)->isVisible(), n <= shown);
+            missing += Label(run, n)->isVisible() && Label(run, n)->text() == " <missing label> ";
+        }
+        QCOMPARE(missing, shown - 3); // labels 1 to 3 have texts
+    }
+
     void widthAndFontSizeOfTheLabels() {
         RunFixture run;
         run.Start(kHeader, Ranking(1, "r1", "(p3,w150,s12)") + Last(2));
