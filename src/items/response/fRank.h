@@ -6,6 +6,7 @@
 #include "engine/item_frame.h"
 
 #include <array>
+#include <functional>
 #include <memory>
 
 class QFrame;
