@@ -325,6 +325,17 @@ void ItemForm::ClickSound(const QString& kind) const {
         m_run.playClick();
 }
 
+void ItemForm::PassOverWithStaleChoice(const QString& message) {
+    RunState& state = m_run.state;
+    state.Boxes().Show(MessageBox{DefaultBoxTitle(), message, BoxIcon::Information});
+    Unload();
+    const int stale = int(ReadNumber(state.ResponseIndex));
+    const auto& skips = Item().skips;
+    state.SkipTarget =
+        stale >= 1 && stale < int(skips.size()) ? skips[std::size_t(stale)] : QString();
+    m_run.driver.NextQuestion();
+}
+
 void ItemForm::Unload() {
     if (m_unloaded)
         return;

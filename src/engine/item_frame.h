@@ -85,6 +85,10 @@ protected:
     /// clock, never later than now.
     qint32 EventTime(const QInputEvent* event) const;
 
+    /// Tells why the item can't be shown and passes it over. The jump taken is that of the latest
+    /// choice of an earlier item: the choice is a shared value that no item clears.
+    void PassOverWithStaleChoice(const QString& message);
+
     /// A click of the navigation bar, by key.
     virtual void ToolClick(const QString& key) = 0;
     /// A key that the frame doesn't take; true when the form took it.

@@ -8,12 +8,14 @@
 #include "engine/presenter_registry.h"
 #include "items/media/fInstruction.h"
 #include "items/response/fMultResp.h"
+#include "items/response/fRank.h"
 #include "items/response/fScale.h"
 
 namespace corvane {
 
 void RegisterProgramForms(PresenterRegistry& forms) {
     forms.Add<fScale>({QStringLiteral("scale response")});
+    forms.Add<fRank>({QStringLiteral("ranking")});
     forms.Add<fInstruction>({QStringLiteral("instructions")});
     forms.Add<fMultResp>({QStringLiteral("multiple response")});
 }

@@ -100,7 +100,9 @@ private slots:
                                << "fScale";
         QTest::newRow("instructions") << "instructions"
                                       << "fInstruction";
-        QTest::newRow("no form yet") << "ranking"
+        QTest::newRow("ranking") << "ranking"
+                                 << "fRank";
+        QTest::newRow("no form yet") << "voice response"
                                      << "";
     }
     void theProgramRegistersItsForms() {

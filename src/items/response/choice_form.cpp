@@ -226,14 +226,6 @@ void ChoiceForm::StopTimer() {
     m_timer1.reset();
 }
 
-void ChoiceForm::PassOverWithoutPoints(const QString& text) {
-    State().Boxes().Show(MessageBox{DefaultBoxTitle(), text, BoxIcon::Information});
-    Unload();
-    // The choice is a shared value that no item clears: the jump may be an earlier item's.
-    State().SkipTarget = SkipOfLatestChoice();
-    Driver().NextQuestion();
-}
-
 QString ChoiceForm::SkipOfLatestChoice() const {
     const int latest = int(ReadNumber(Run().state.ResponseIndex));
     return latest >= 1 && latest <= kPoints ? Item().skips[std::size_t(latest)] : QString();

@@ -56,9 +56,6 @@ protected:
     virtual void ResponseClicked(int n, qint32 itemEnd) = 0;
     virtual void Timer1_Timer() = 0;
     void StopTimer();
-    /// An item without a count of points: the box says so, and the item is passed over to the
-    /// jump of the run's latest choice.
-    void PassOverWithoutPoints(const QString& text);
     /// The item's jump for the run's latest choice, which may be an earlier item's; "" when that
     /// choice is no point of a list.
     QString SkipOfLatestChoice() const;

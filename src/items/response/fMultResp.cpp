@@ -44,7 +44,7 @@ bool fMultResp::SingleMode() const {
 }
 
 void fMultResp::NoPointsGiven() {
-    PassOverWithoutPoints(
+    PassOverWithStaleChoice(
         QStringLiteral("The current multiple response item has no parameter value. "
                        "Edit the current questionnaire and add a parameter value for "
                        "this item.  For example, a value of (p5) would result in 5 "

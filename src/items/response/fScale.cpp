@@ -34,7 +34,7 @@ void fScale::Load() {
 }
 
 void fScale::NoPointsGiven() {
-    PassOverWithoutPoints(
+    PassOverWithStaleChoice(
         QStringLiteral("The current scale item response has no parameter value. "
                        "Edit the current questionnaire and add a parameter value "
                        "for this item.  For example, a value of (p5) would result "
