@@ -7,6 +7,8 @@
 // and the registry names the list, so all of them are always linked in.
 #include "engine/presenter_registry.h"
 #include "items/media/fInstruction.h"
+#include "items/response/fEssay.h"
+#include "items/response/fFillBlank.h"
 #include "items/response/fScale.h"
 
 namespace corvane {
@@ -14,6 +16,8 @@ namespace corvane {
 void RegisterProgramForms(PresenterRegistry& forms) {
     forms.Add<fScale>({QStringLiteral("scale response")});
     forms.Add<fInstruction>({QStringLiteral("instructions")});
+    forms.Add<fFillBlank>({QStringLiteral("fill-in-the-blank")});
+    forms.Add<fEssay>({QStringLiteral("essay")});
 }
 
 } // namespace corvane
