@@ -333,10 +333,9 @@ void ItemForm::WriteAnswerFile(const QString& line) const {
     if (file.open(QIODevice::WriteOnly | QIODevice::Truncate))
         file.write((line + QStringLiteral("\r\n")).toLocal8Bit());
     else
-        m_run.state.Boxes().Show(MessageBox{m_run.state.MessageTitle(),
-                                            QStringLiteral("Path ") + name +
-                                                QStringLiteral(" not found."),
-                                            BoxIcon::Information});
+        m_run.state.Boxes().Show(MessageBox{
+            m_run.state.MessageTitle(),
+            QStringLiteral("Path ") + name + QStringLiteral(" not found."), BoxIcon::Information});
 }
 
 void ItemForm::Unload() {

@@ -41,8 +41,7 @@ QString EssayRecord(const RunState& state, const DataOutputSettings& settings,
     const QString separator = QStringLiteral("', '");
     const QString head = QLatin1Char('\'') + state.SubjectID + separator + state.ConditionID +
                          separator + state.ExperimentFile + separator + settings.inifile +
-                         separator + settings.date + separator + settings.time +
-                         QLatin1Char('\'');
+                         separator + settings.date + separator + settings.time + QLatin1Char('\'');
     QString body = text;
     body.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
     body.replace(QLatin1Char('\n'), kLineEnd);
@@ -69,8 +68,8 @@ bool AppendSideRecord(RunState& state, const QString& path, const QString& recor
     const QString kept = QDir(FallbackSideFolder()).filePath(QFileInfo(path).fileName());
     const auto keptReason = AppendRecord(kept, record);
     QString text = QStringLiteral("Corvane could not write ") + what +
-                   QStringLiteral(" of the item '") + itemName + QStringLiteral("' to '") +
-                   path + QStringLiteral("' (") + *reason + QStringLiteral("). ");
+                   QStringLiteral(" of the item '") + itemName + QStringLiteral("' to '") + path +
+                   QStringLiteral("' (") + *reason + QStringLiteral("). ");
     if (!keptReason)
         text += QStringLiteral("It has been kept in '") + kept +
                 QStringLiteral("' instead. To fix this, make the data folder writable (or "

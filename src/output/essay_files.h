@@ -20,8 +20,7 @@ QString EssayFilePath(const RunState& state, const QString& variableName,
 
 /// The essay's record: 'Subject', 'Cond', 'Exper', 'Inifile', 'Date', 'Time', then the text
 /// with its line breaks as carriage return and line feed, each line ended so.
-QString EssayRecord(const RunState& state, const DataOutputSettings& settings,
-                    const QString& text);
+QString EssayRecord(const RunState& state, const DataOutputSettings& settings, const QString& text);
 
 /// The key log's row: the six values joined by commas, then "," and each time in ms.
 QString KeypressRecord(const RunState& state, const DataOutputSettings& settings,

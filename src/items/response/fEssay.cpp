@@ -125,11 +125,10 @@ void fEssay::WriteSideFiles() {
                                     : CurrentDataOutputSettings(QString(), QString());
     };
     const DataOutputSettings forText = settings();
-    AppendSideRecord(state,
-                     EssayFilePath(state, item.VariableName, forText.machineCode,
-                                   QStringLiteral(".txt")),
-                     EssayRecord(state, forText, Text1->toPlainText()),
-                     QStringLiteral("the essay"), item.VariableName);
+    AppendSideRecord(
+        state, EssayFilePath(state, item.VariableName, forText.machineCode, QStringLiteral(".txt")),
+        EssayRecord(state, forText, Text1->toPlainText()), QStringLiteral("the essay"),
+        item.VariableName);
     if (item.KeepFocus <= 1)
         return;
     const DataOutputSettings forKeys = settings();

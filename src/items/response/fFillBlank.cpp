@@ -8,11 +8,11 @@
 #include "state/text.h"
 
 #include <QFontMetrics>
-#include <algorithm>
 #include <QKeyEvent>
 #include <QLineEdit>
 #include <QRegularExpression>
 #include <QStyle>
+#include <algorithm>
 
 namespace corvane {
 
@@ -213,7 +213,7 @@ bool fFillBlank::Box_KeyDown(int index, QKeyEvent* event) {
     if (!MovesOrDeletes(code)) {
         if (code < 47 && code != 32)
             return false; // Shift, Tab and the like: the box does with them as it does
-        box->clear(); // the new character replaces the old one
+        box->clear();     // the new character replaces the old one
     }
     if (code == 37) {
         FocusNextBox(index - 1, -1);
@@ -272,7 +272,10 @@ void fFillBlank::Continue(qint32 itemEnd, bool timeUp) {
         txFillBlank->setPlainText(joined);
     }
     const QString answer = TrimBlanks(txFillBlank->toPlainText());
-    txFillBlank->setPlainText(answer);
+    if (answer != txFillBlank->toPlainText()) {
+        txFillBlank->setPlainText(answer);
+        txFillBlank->moveCursor(QTextCursor::End); // a refused answer is typed on at its end
+    }
     if (answer.isEmpty())
         return Refuse(state.Messages[3], timeUp);
     if (m_rangeTest) {

@@ -55,8 +55,7 @@ void LimitedTextBox::insertFromMimeData(const QMimeData* source) {
 }
 
 void TellMostCharactersTyped(RunState& state) {
-    state.Boxes().Show(
-        MessageBox{state.MessageTitle(), state.Messages[22], BoxIcon::Information});
+    state.Boxes().Show(MessageBox{state.MessageTitle(), state.Messages[22], BoxIcon::Information});
 }
 
 } // namespace corvane
