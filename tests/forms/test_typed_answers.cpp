@@ -233,6 +233,16 @@ private slots:
         QCOMPARE(run.state.InsertValues.last(), "ab c");
     }
 
+    void theAnswerGoesToTheItemsTextFile() {
+        RunFixture run;
+        run.Start("questionnumber,QuestionType,QuestionWording,VariableName,FileName,skip1\n",
+                  "1,fill-in-the-blank,Say it.,said,answer.txt,none\n"
+                  "2,fill-in-the-blank,Next.,next,,none\n");
+        Type(run.Form(), "red, green");
+        Press(run.Form(), Qt::Key_Return);
+        QCOMPARE(ReadAll(QDir(run.Folder()).filePath("answer.txt")), "red green~\r\n");
+    }
+
     void spaceAndBackspaceTypeRatherThanNavigate() {
         RunFixture run;
         run.Start(kHeader, FillBlank(1, "one", "") + FillBlank(2, "two", ""));
