@@ -66,6 +66,7 @@ void ApplyPlacement(const ParameterList& list, const Placement& to, const QStrin
 }
 
 void ApplyRange(const QString& value, Question& question) {
+    question.RangeText = value;
     const qsizetype dash = value.indexOf(QLatin1Char('-'), 1);
     if (dash < 0)
         return;

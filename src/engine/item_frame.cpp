@@ -15,6 +15,7 @@
 #include "state/text.h"
 
 #include <QApplication>
+#include <QFile>
 #include <QFontDatabase>
 #include <QKeyEvent>
 #include <QScreen>
@@ -336,6 +337,19 @@ void ItemForm::PassOverWithStaleChoice(const QString& message) {
     m_run.driver.NextQuestion();
 }
 
+void ItemForm::WriteAnswerFile(const QString& line) const {
+    const QString& name = Item().FileName;
+    if (!name.toLower().endsWith(QLatin1String(".txt")))
+        return;
+    QFile file(name);
+    if (file.open(QIODevice::WriteOnly | QIODevice::Truncate))
+        file.write((line + QStringLiteral("\r\n")).toLocal8Bit());
+    else
+        m_run.state.Boxes().Show(MessageBox{
+            m_run.state.MessageTitle(),
+            QStringLiteral("Path ") + name + QStringLiteral(" not found."), BoxIcon::Information});
+}
+
 void ItemForm::Unload() {
     if (m_unloaded)
         return;
@@ -351,8 +365,11 @@ bool ItemForm::FrameKey(QKeyEvent* event) {
     if (event->key() == Qt::Key_Right) {
         m_run.driver.OperatorKeys(mods.testFlag(Qt::ControlModifier),
                                   mods.testFlag(Qt::AltModifier));
-        return true;
+        // Alone, the key still moves the caret of a text box.
+        return m_unloaded;
     }
+    if (!KeysNavigate())
+        return false;
     const qint32 now = m_run.state.Clock().Now();
     if (Elapsed(m_run.state.ItemStart, now) < 200 || !m_run.keyNavigation || mods != Qt::NoModifier)
         return false;

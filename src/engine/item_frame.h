@@ -4,6 +4,7 @@
 // reading of the run clock at the moments that make a reaction time.
 #pragma once
 
+#include "output/data_output.h"
 #include "state/records.h"
 
 #include <QLabel>
@@ -40,6 +41,8 @@ struct RunContext {
     std::function<void(const QString&)> playBackgroundSound{};
     /// Plays the click, unless sounds are muted.
     std::function<void()> playClick{};
+    /// The machine code, preference file, date and time that records written now carry.
+    std::function<DataOutputSettings()> outputSettings{};
     TextStyle question{};
     TextStyle response{};
     bool keyNavigation = true;
@@ -94,6 +97,12 @@ protected:
     /// A key that the frame doesn't take; true when the form took it.
     virtual bool ItemKey(QKeyEvent* event, qint32 now) = 0;
     void ClickSound(const QString& kind) const;
+    /// False for a form whose keys type text: Space and Backspace then stay with the text rather
+    /// than acting as the bar's buttons.
+    virtual bool KeysNavigate() const { return true; }
+    /// Replaces the item's ".txt" file, if it names one, with the line, for another program that
+    /// waits for it; a file that can't be made is reported.
+    void WriteAnswerFile(const QString& line) const;
 
     /// Places a control at a design rectangle, scaled to the form's real client area.
     void PlaceDesign(QWidget* control, const TwipRect& design) const;

@@ -37,6 +37,7 @@ RunSession::RunSession(RunState& state, Preferences& preferences, QObject* paren
     m_context.playClick = [this] {
         m_media->PlayClick(ProgramFolder::FilePath(QStringLiteral("utilities/sounds/click.wav")));
     };
+    m_context.outputSettings = [this] { return OutputSettings(); };
     TakeLook();
 }
 

@@ -7,6 +7,8 @@
 // and the registry names the list, so all of them are always linked in.
 #include "engine/presenter_registry.h"
 #include "items/media/fInstruction.h"
+#include "items/response/fEssay.h"
+#include "items/response/fFillBlank.h"
 #include "items/response/fMultResp.h"
 #include "items/response/fRank.h"
 #include "items/response/fScale.h"
@@ -18,6 +20,8 @@ void RegisterProgramForms(PresenterRegistry& forms) {
     forms.Add<fRank>({QStringLiteral("ranking")});
     forms.Add<fInstruction>({QStringLiteral("instructions")});
     forms.Add<fMultResp>({QStringLiteral("multiple response")});
+    forms.Add<fFillBlank>({QStringLiteral("fill-in-the-blank")});
+    forms.Add<fEssay>({QStringLiteral("essay")});
 }
 
 } // namespace corvane

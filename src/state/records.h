@@ -54,6 +54,7 @@ struct Question {
     float ScaleStep = 0.0f;
     qint32 RangeLow = 0;
     qint32 RangeHigh = 0;
+    QString RangeText; // the range as written, to tell of one that can't be read
     QString Mask;
     QString Dollar;
     qint16 KeepFocus = 0;

@@ -11,8 +11,6 @@
 #include "state/run_state.h"
 
 #include <QApplication>
-#include <QDir>
-#include <QFile>
 #include <QKeyEvent>
 #include <QPushButton>
 
@@ -105,17 +103,7 @@ void fScale::RecordAndEnd(int choice, const QString& value) {
                                   state.ResponseSlot, column);
     }
     state.AddInsert(item.VariableName, quoted);
-    if (item.FileName.toLower().endsWith(QLatin1String(".txt"))) {
-        // Another program may wait for this file.
-        QFile file(item.FileName);
-        if (file.open(QIODevice::WriteOnly | QIODevice::Truncate))
-            file.write((label + QStringLiteral("~\r\n")).toLocal8Bit());
-        else
-            state.Boxes().Show(
-                MessageBox{state.MessageTitle(),
-                           QStringLiteral("Path ") + item.FileName + QStringLiteral(" not found."),
-                           BoxIcon::Information});
-    }
+    WriteAnswerFile(label + QLatin1Char('~'));
     const QString skip = item.skips[std::size_t(int(ReadNumber(state.ResponseIndex)))];
     StopTimer();
     Unload();
