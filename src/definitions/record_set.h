@@ -30,6 +30,11 @@ public:
     const std::vector<std::vector<FieldValue>>& Rows() const { return m_rows; }
     const QString& Source() const { return m_source; }
 
+    /// The place of a column among `Columns()`, found as `Field` finds it.
+    int ColumnOf(const QString& name) const { return ColumnIndex(name); }
+    /// Makes `row` the one row and the current one; an empty row leaves no rows.
+    void SetOnlyRow(std::vector<FieldValue> row);
+
     /// Sorts the rows by the columns given, stably, as the store orders them.
     void SortBy(const QStringList& columns);
     /// Keeps the rows for which the predicate holds.
