@@ -17,6 +17,7 @@
 #include <QApplication>
 #include <QFontDatabase>
 #include <QKeyEvent>
+#include <QPixmapCache>
 #include <QScreen>
 #include <QTime>
 #include <array>
@@ -141,6 +142,9 @@ void ItemForm::PrepareForm() {
     if (inQuestionnaire && IsTrue(Item().At))
         AppendTimeStamp(state, TimeOfDay());
 
+    // Each item's controls get palettes of their own, so the style's cached button pictures
+    // of earlier items are never drawn again: over a long questionnaire they would only pile up.
+    QPixmapCache::clear();
     QPalette black = palette();
     black.setColor(QPalette::Window, Qt::black);
     setPalette(black);
