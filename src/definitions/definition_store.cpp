@@ -6,6 +6,7 @@
 #include "state/text.h"
 
 #include <QSet>
+#include <algorithm>
 
 namespace corvane {
 
@@ -150,10 +151,109 @@ RecordSet ReadQuestionnaireRows(const QString& path) {
     return ReadTable1(path, DefinitionKind::Questionnaire);
 }
 
+RecordSet ReadQuestionnaireRowsKeeping(const QString& path, const QStringList& keep,
+                                       const std::function<void(const RecordSet&)>& each) {
+    SqliteFile file(Locate(path), SqliteFile::Mode::ReadOnly);
+    Verify(file, DefinitionKind::Questionnaire);
+    const QString select = QStringLiteral("SELECT * FROM ") +
+                           QuotedIdentifier(TableName(file, QStringLiteral("Table1")));
+    QStringList columns;
+    file.Query(select + QStringLiteral(" LIMIT 0"), &columns);
+    RecordSet current(path, columns, {});
+    std::vector<int> wanted;
+    QStringList keptColumns;
+    for (const QString& name : keep) {
+        wanted.push_back(current.ColumnOf(name));
+        keptColumns << columns.at(wanted.back());
+    }
+    std::vector<std::vector<FieldValue>> kept;
+    file.QueryEach(select, nullptr, [&](std::vector<FieldValue>&& row) {
+        std::vector<FieldValue> narrow;
+        narrow.reserve(wanted.size());
+        for (int column : wanted)
+            narrow.push_back(row[std::size_t(column)]);
+        current.SetOnlyRow(std::move(row));
+        each(current);
+        kept.push_back(std::move(narrow));
+    });
+    return RecordSet(path, keptColumns, std::move(kept));
+}
+
 RecordSet ReadQuestionnaireRowsInOrder(const QString& path) {
     RecordSet rows = ReadTable1(path, DefinitionKind::Questionnaire);
     rows.SortBy({QStringLiteral("questionnumber")});
     return rows;
+}
+
+namespace {
+
+bool NamesRowid(const QStringList& columns) {
+    for (const QString& column : columns) {
+        const QString lower = column.toLower();
+        if (lower == QLatin1String("rowid") || lower == QLatin1String("_rowid_") ||
+            lower == QLatin1String("oid"))
+            return true;
+    }
+    return false;
+}
+
+// The rowids of the table's rows, ordered by questionnumber as the store sorts it, stably in
+// the order the rows are stored. Empty when the rows can't be found by rowid.
+std::optional<std::vector<FieldValue>> RowidsInOrder(SqliteFile& file, const QString& table) {
+    QStringList columns;
+    file.Query(QStringLiteral("SELECT * FROM ") + table + QStringLiteral(" LIMIT 0"), &columns);
+    if (NamesRowid(columns))
+        return std::nullopt;
+    std::vector<std::vector<FieldValue>> keys;
+    try {
+        keys = file.Query(QStringLiteral("SELECT rowid, questionnumber FROM ") + table +
+                          QStringLiteral(" ORDER BY rowid"));
+    } catch (const CorvaneError&) {
+        return std::nullopt; // a table without rowids
+    }
+    std::stable_sort(keys.begin(), keys.end(), [](const auto& a, const auto& b) {
+        return FieldValue::Compare(a[1], b[1]) < 0;
+    });
+    std::vector<FieldValue> rowids;
+    rowids.reserve(keys.size());
+    for (auto& key : keys)
+        rowids.push_back(std::move(key[0]));
+    return rowids;
+}
+
+} // namespace
+
+QuestionnaireRowReader::QuestionnaireRowReader(const QString& path)
+    : m_file(std::make_unique<SqliteFile>(Locate(path), SqliteFile::Mode::ReadOnly)) {
+    Verify(*m_file, DefinitionKind::Questionnaire);
+    const QString table = QuotedIdentifier(TableName(*m_file, QStringLiteral("Table1")));
+    auto rowids = RowidsInOrder(*m_file, table);
+    if (!rowids) {
+        m_file.reset();
+        m_held = ReadQuestionnaireRowsInOrder(path);
+        m_order.resize(std::size_t(m_held.RecordCount()));
+        return;
+    }
+    m_order = std::move(*rowids);
+    QStringList columns;
+    const QString select = QStringLiteral("SELECT * FROM ") + table;
+    m_file->Query(select + QStringLiteral(" LIMIT 0"), &columns);
+    m_row = RecordSet(path, columns, {});
+    m_lookup = std::make_unique<SqliteLookup>(*m_file, select + QStringLiteral(" WHERE rowid = ?"));
+}
+
+QuestionnaireRowReader::~QuestionnaireRowReader() = default;
+
+bool QuestionnaireRowReader::Next() {
+    if (m_next >= m_order.size())
+        return false;
+    if (m_lookup) {
+        m_row.SetOnlyRow(m_lookup->FirstRow({m_order[m_next]}));
+    } else {
+        m_row = RecordSet(m_held.Source(), m_held.Columns(), {m_held.Rows()[m_next]});
+    }
+    ++m_next;
+    return true;
 }
 
 void UpdateTemplateFile(const QString& templatePath, const QString& file) {

@@ -6,6 +6,8 @@
 #include "definitions/definition_columns.h"
 #include "definitions/record_set.h"
 
+#include <functional>
+#include <memory>
 #include <optional>
 
 namespace corvane {
@@ -19,8 +21,39 @@ RecordSet ReadConditionRows(const QString& path, const QString& condition);
 std::optional<FieldValue> ReadQuestionnaireVersion(const QString& path);
 /// "Select * from Table1": the items as stored.
 RecordSet ReadQuestionnaireRows(const QString& path);
+/// "Select * from Table1" row by row: `each` sees every row as the only row of a set, and the
+/// rows are returned with only the columns in `keep`.
+RecordSet ReadQuestionnaireRowsKeeping(const QString& path, const QStringList& keep,
+                                       const std::function<void(const RecordSet&)>& each);
 /// "Select * from Table1 order by questionnumber".
 RecordSet ReadQuestionnaireRowsInOrder(const QString& path);
+
+class SqliteFile;
+class SqliteLookup;
+
+/// The rows of "Select * from Table1 order by questionnumber" one at a time, each read when it
+/// is reached, so that a long questionnaire is never held in full beside its items.
+class QuestionnaireRowReader {
+public:
+    explicit QuestionnaireRowReader(const QString& path);
+    ~QuestionnaireRowReader();
+    QuestionnaireRowReader(const QuestionnaireRowReader&) = delete;
+    QuestionnaireRowReader& operator=(const QuestionnaireRowReader&) = delete;
+
+    int RecordCount() const { return int(m_order.size()); }
+    /// Makes the next row the current one; false past the last.
+    bool Next();
+    /// The current row.
+    const RecordSet& Row() const { return m_row; }
+
+private:
+    std::unique_ptr<SqliteFile> m_file;
+    std::unique_ptr<SqliteLookup> m_lookup;
+    std::vector<FieldValue> m_order; // the rowids in the order of the rows
+    std::size_t m_next = 0;
+    RecordSet m_held; // all rows, for a table whose rows can't be found by rowid
+    RecordSet m_row;
+};
 
 /// Sets `File` of the first row of the template's `Table1`.
 void UpdateTemplateFile(const QString& templatePath, const QString& file);

@@ -143,14 +143,19 @@ void MeasureQuestionnaires(RunState& state, LoadPosition& at, const ExperimentLo
         raise(ErrorNumber::NoQuestionnaires);
     for (at.index = 1; at.index <= state.NumQuestionnaires; ++at.index) {
         const QString file = state.QuestionnaireNames.at(at.index);
-        RecordSet rows = ReadQuestionnaireRows(file);
+        // The scan reads the rows again, but only these columns: a long questionnaire held in
+        // full would cost more memory than its items do.
+        RecordSet rows = ReadQuestionnaireRowsKeeping(
+            file,
+            {QStringLiteral("questionnumber"), QStringLiteral("VariableName"),
+             QStringLiteral("QuestionType"), QStringLiteral("Parameters"),
+             QStringLiteral("WriteData"), QStringLiteral("WriteRT"), QStringLiteral("WriteText")},
+            [&](const RecordSet& row) {
+                ReadRow(row, [&] { MeasureItem(state, row, file, candidates, hooks, needs); });
+            });
         rows.MoveFirst();
-        while (!rows.Eof()) {
-            ReadRow(rows, [&] { MeasureItem(state, rows, file, candidates, hooks, needs); });
-            rows.MoveNext();
-        }
         candidates.maxItems = std::max(candidates.maxItems, double(rows.RecordCount()));
-        measured.push_back(std::move(rows)); // the scan reads them again
+        measured.push_back(std::move(rows));
     }
     state.MaxItems = RoundToInt16(candidates.maxItems);
     state.MaxResponses = RoundToInt16(candidates.maxResponses);

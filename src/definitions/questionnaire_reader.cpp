@@ -236,20 +236,19 @@ void ReadQuestionnaireItems(RunState& state) {
             state.CurrentQuestionnaire = qint16(q);
     }
 
-    RecordSet rows = ReadQuestionnaireRowsInOrder(state.QuestionnaireFile);
-    rows.MoveLast();
+    QuestionnaireRowReader rows(state.QuestionnaireFile);
+    if (rows.RecordCount() == 0)
+        raise(ErrorNumber::NoCurrentRecord);
     const qint16 count = ToInt16(rows.RecordCount());
-    rows.MoveFirst();
 
     state.Questions = RunState::EmptyQuestions(count);
     state.BackStack.assign(std::size_t(count) + 1, 0);
     state.NumQuestions = 0;
-    while (!rows.Eof()) {
+    while (rows.Next()) {
         Increment(state.NumQuestions);
-        ReadRow(rows, [&] {
-            ReadItem(rows, version, state, state.Questions[std::size_t(state.NumQuestions)]);
+        ReadRow(rows.Row(), [&] {
+            ReadItem(rows.Row(), version, state, state.Questions[std::size_t(state.NumQuestions)]);
         });
-        rows.MoveNext();
     }
 
     CheckDuplicateVariables(state);

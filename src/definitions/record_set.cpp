@@ -69,6 +69,13 @@ const FieldValue& RecordSet::Field(const QString& name) const {
     return m_rows[std::size_t(m_position)][std::size_t(column)];
 }
 
+void RecordSet::SetOnlyRow(std::vector<FieldValue> row) {
+    m_rows.clear();
+    if (!row.empty())
+        m_rows.push_back(std::move(row));
+    m_position = 0;
+}
+
 void RecordSet::SortBy(const QStringList& columns) {
     std::vector<int> keys;
     for (const QString& column : columns)

@@ -35,6 +35,10 @@ public:
     /// parameter list that can't be read), with the file, the row and the last column read
     /// named; an error of another kind as it is.
     CorvaneError Placed(const CorvaneError& error) const;
+    /// The place of a column among `Columns()`, found as `Field` finds it.
+    int ColumnOf(const QString& name) const { return ColumnIndex(name); }
+    /// Makes `row` the one row and the current one; an empty row leaves no rows.
+    void SetOnlyRow(std::vector<FieldValue> row);
 
     /// Sorts the rows by the columns given, stably, as the store orders them.
     void SortBy(const QStringList& columns);

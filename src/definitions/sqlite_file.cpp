@@ -163,8 +163,9 @@ void SqliteFile::Execute(const QString& sql, const std::vector<FieldValue>& valu
         RaiseFromSqlite(code, QStringLiteral("write"));
 }
 
-std::vector<std::vector<FieldValue>> SqliteFile::Query(const QString& sql, QStringList* columns,
-                                                       const std::vector<FieldValue>& values) {
+std::vector<std::vector<FieldValue>>
+SqliteFile::Query(const QString& sql, QStringList* columns, const std::vector<FieldValue>& values,
+                  const std::function<void(std::vector<FieldValue>&&)>* each) {
     std::vector<std::vector<FieldValue>> rows;
     int code = SQLITE_OK;
     Statement stmt(m_db, sql.toUtf8(), code);
@@ -185,11 +186,51 @@ std::vector<std::vector<FieldValue>> SqliteFile::Query(const QString& sql, QStri
         std::vector<FieldValue> row(static_cast<std::size_t>(count));
         for (int c = 0; c < count; ++c)
             row[std::size_t(c)] = Column(stmt.get(), c);
-        rows.push_back(std::move(row));
+        if (each)
+            (*each)(std::move(row));
+        else
+            rows.push_back(std::move(row));
     }
     if (code != SQLITE_DONE)
         RaiseFromSqlite(code, QStringLiteral("read"));
     return rows;
+}
+
+void SqliteFile::QueryEach(const QString& sql, QStringList* columns,
+                           const std::function<void(std::vector<FieldValue>&&)>& each) {
+    Query(sql, columns, {}, &each);
+}
+
+SqliteLookup::SqliteLookup(SqliteFile& file, const QString& sql) : m_file(file) {
+    const QByteArray utf8 = sql.toUtf8();
+    const int code =
+        sqlite3_prepare_v2(file.m_db, utf8.constData(), int(utf8.size()), &m_stmt, nullptr);
+    if (code != SQLITE_OK)
+        file.RaiseFromSqlite(code, QStringLiteral("read"));
+}
+
+SqliteLookup::~SqliteLookup() {
+    sqlite3_finalize(m_stmt);
+}
+
+std::vector<FieldValue> SqliteLookup::FirstRow(const std::vector<FieldValue>& values) {
+    sqlite3_reset(m_stmt);
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        const int code = Bind(m_stmt, int(i) + 1, values[i]);
+        if (code != SQLITE_OK)
+            m_file.RaiseFromSqlite(code, QStringLiteral("read"));
+    }
+    std::vector<FieldValue> row;
+    const int code = sqlite3_step(m_stmt);
+    if (code == SQLITE_ROW) {
+        const int count = sqlite3_column_count(m_stmt);
+        row.resize(std::size_t(count));
+        for (int c = 0; c < count; ++c)
+            row[std::size_t(c)] = Column(m_stmt, c);
+    } else if (code != SQLITE_DONE) {
+        m_file.RaiseFromSqlite(code, QStringLiteral("read"));
+    }
+    return row;
 }
 
 } // namespace corvane

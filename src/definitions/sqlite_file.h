@@ -6,9 +6,11 @@
 
 #include <QString>
 #include <QStringList>
+#include <functional>
 #include <vector>
 
 struct sqlite3;
+struct sqlite3_stmt;
 
 namespace corvane {
 
@@ -26,14 +28,36 @@ public:
     /// Runs a statement that returns no rows, with bound values.
     void Execute(const QString& sql, const std::vector<FieldValue>& values = {});
     /// The result rows of a query.
-    std::vector<std::vector<FieldValue>> Query(const QString& sql, QStringList* columns = nullptr,
-                                               const std::vector<FieldValue>& values = {});
+    std::vector<std::vector<FieldValue>>
+    Query(const QString& sql, QStringList* columns = nullptr,
+          const std::vector<FieldValue>& values = {},
+          const std::function<void(std::vector<FieldValue>&&)>* each = nullptr);
+    /// The result rows of a query handed to `each` one at a time, none kept.
+    void QueryEach(const QString& sql, QStringList* columns,
+                   const std::function<void(std::vector<FieldValue>&&)>& each);
 
 private:
+    friend class SqliteLookup;
     [[noreturn]] void RaiseFromSqlite(int code, const QString& doing);
 
     QString m_path;
     sqlite3* m_db = nullptr;
+};
+
+/// A query prepared once and run many times with new values, each run giving its first row.
+class SqliteLookup {
+public:
+    SqliteLookup(SqliteFile& file, const QString& sql);
+    ~SqliteLookup();
+    SqliteLookup(const SqliteLookup&) = delete;
+    SqliteLookup& operator=(const SqliteLookup&) = delete;
+
+    /// The first row of the query run with these values; an empty row when it gives none.
+    std::vector<FieldValue> FirstRow(const std::vector<FieldValue>& values);
+
+private:
+    SqliteFile& m_file;
+    sqlite3_stmt* m_stmt = nullptr;
 };
 
 } // namespace corvane

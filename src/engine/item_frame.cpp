@@ -18,6 +18,7 @@
 #include <QFile>
 #include <QFontDatabase>
 #include <QKeyEvent>
+#include <QPixmapCache>
 #include <QScreen>
 #include <QTime>
 #include <array>
@@ -142,6 +143,9 @@ void ItemForm::PrepareForm() {
     if (inQuestionnaire && IsTrue(Item().At))
         AppendTimeStamp(state, TimeOfDay());
 
+    // Each item's controls get palettes of their own, so the style's cached button pictures
+    // of earlier items are never drawn again: over a long questionnaire they would only pile up.
+    QPixmapCache::clear();
     QPalette black = palette();
     black.setColor(QPalette::Window, Qt::black);
     setPalette(black);

@@ -60,6 +60,46 @@ QString Questionnaire() {
     return csv;
 }
 
+QString CellText(const FieldValue& cell) {
+    return cell.IsNull() ? QStringLiteral("<null>") : cell.ToExportText();
+}
+
+// The rows of a set, cell by cell as text, NULL as "<null>".
+QStringList CellTexts(const std::vector<std::vector<FieldValue>>& rows) {
+    QStringList texts;
+    for (const auto& row : rows) {
+        QStringList cells;
+        for (const FieldValue& cell : row)
+            cells << CellText(cell);
+        texts << cells.join(QLatin1Char('|'));
+    }
+    return texts;
+}
+
+// Question numbers that tie; TextNumbers() then mixes in texts of either case and an empty one.
+QString TiedQuestionnaire() {
+    QString csv = QuestionnaireHeader();
+    int variable = 0;
+    for (const char* number : {"3", "7", "1", "8", "3", "9", "1.5", "6", "5", "1", "10", "2"})
+        csv += QLatin1String(number) + QStringLiteral(",Radio,w,v") + QString::number(++variable) +
+               QStringLiteral(",(p2),0,0,yes,yes,no,,no,l,p,,\n");
+    return csv;
+}
+
+QString TextNumbers() {
+    return QStringLiteral("UPDATE Table1 SET questionnumber = CASE VariableName "
+                          "WHEN 'v2' THEN 'b' WHEN 'v4' THEN 'A' WHEN 'v6' THEN NULL "
+                          "WHEN 'v8' THEN 'a' WHEN 'v9' THEN 'B' ELSE questionnumber END;");
+}
+
+// The schema of a table as the command-line tool prints it.
+QString TableSql(const QString& path) {
+    QProcess process;
+    process.start(QStringLiteral("/usr/bin/sqlite3"),
+                  {path, QStringLiteral("SELECT sql FROM sqlite_master WHERE name = 'Table1'")});
+    process.waitForFinished(10000);
+    return QString::fromUtf8(process.readAllStandardOutput()).trimmed();
+}
 } // namespace
 
 #define QVERIFY_RAISES(expression, expected)                                                       \
@@ -224,6 +264,73 @@ private slots:
             last = number;
         }
         QCOMPARE(last, 3007.0);
+    }
+
+    void rowReaderGivesTheRowsInNumberOrder_data() {
+        QTest::addColumn<QString>("csv");
+        QTest::addColumn<QString>("change"); // sqlite3 statements run on the made file
+        QTest::newRow("numbers") << Questionnaire() << QString();
+        QTest::newRow("ties") << TiedQuestionnaire() << QString();
+        QTest::newRow("ties, texts and an empty number") << TiedQuestionnaire() << TextNumbers();
+        QTest::newRow("a column named rowid")
+            << TiedQuestionnaire()
+            << TextNumbers() + QStringLiteral("ALTER TABLE Table1 ADD COLUMN RowId TEXT;"
+                                              "UPDATE Table1 SET RowId = 'x' || rowid;");
+        QTest::newRow("a table without rowids") << Questionnaire() << QStringLiteral("without");
+    }
+    void rowReaderGivesTheRowsInNumberOrder() {
+        QFETCH(QString, csv);
+        QFETCH(QString, change);
+        QTemporaryDir dir;
+        const QString path = MakeDefinition(dir.path(), QStringLiteral("q.que"), csv);
+        if (change == QLatin1String("without")) {
+            QString create = TableSql(path);
+            create.replace(QStringLiteral("Table1"), QStringLiteral("Keyed"));
+            create.chop(1);
+            create += QStringLiteral(", PRIMARY KEY (questionnumber)) WITHOUT ROWID");
+            change = create + QStringLiteral("; INSERT INTO Keyed SELECT * FROM Table1;"
+                                             "DROP TABLE Table1;"
+                                             "ALTER TABLE Keyed RENAME TO Table1;");
+        }
+        if (!change.isEmpty())
+            QVERIFY(RunSqlite(path, change));
+
+        const RecordSet held = ReadQuestionnaireRowsInOrder(path);
+        QuestionnaireRowReader reader(path);
+        QCOMPARE(reader.RecordCount(), held.RecordCount());
+        std::vector<std::vector<FieldValue>> read;
+        while (reader.Next()) {
+            QCOMPARE(reader.Row().Columns(), held.Columns());
+            QCOMPARE(reader.Row().Field(QStringLiteral("QUESTIONNUMBER")).IsNull(),
+                     reader.Row().Rows().front().front().IsNull());
+            read.push_back(reader.Row().Rows().front());
+        }
+        QCOMPARE(CellTexts(read), CellTexts(held.Rows()));
+        QVERIFY(!reader.Next());
+    }
+
+    void rowsKeptWhileEachIsSeenInStoredOrder() {
+        QTemporaryDir dir;
+        const QString path =
+            MakeDefinition(dir.path(), QStringLiteral("q.que"), TiedQuestionnaire());
+        QVERIFY(RunSqlite(path, TextNumbers()));
+        const RecordSet stored = ReadQuestionnaireRows(path);
+        std::vector<std::vector<FieldValue>> seen;
+        const RecordSet kept = ReadQuestionnaireRowsKeeping(
+            path, {QStringLiteral("variablename"), QStringLiteral("questionnumber")},
+            [&](const RecordSet& row) {
+                QCOMPARE(row.RecordCount(), 1);
+                seen.push_back(row.Rows().front());
+            });
+        QCOMPARE(CellTexts(seen), CellTexts(stored.Rows()));
+        QCOMPARE(kept.Columns(),
+                 QStringList({QStringLiteral("VariableName"), QStringLiteral("questionnumber")}));
+        QCOMPARE(kept.RecordCount(), stored.RecordCount());
+        RecordSet all = ReadQuestionnaireRows(path);
+        for (RecordSet narrow = kept; !narrow.Eof(); narrow.MoveNext(), all.MoveNext()) {
+            for (const QString& column : kept.Columns())
+                QCOMPARE(CellText(narrow.Field(column)), CellText(all.Field(column)));
+        }
     }
 
     void questionnaireVersion_data() {
