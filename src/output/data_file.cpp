@@ -145,7 +145,7 @@ bool RowMarkedElsewhere(const QByteArray& path) {
 
 // Flushes to the disk; files that can't be flushed (devices, pipes) count as flushed.
 int Flush(int fd) {
-    if (::fdatasync(fd) == 0 || errno == EINVAL || errno == EROFS)
+    if (DiskSync()(fd) == 0 || errno == EINVAL || errno == EROFS)
         return 0;
     return errno;
 }
@@ -154,7 +154,35 @@ QByteArray NativePath(const QString& path) {
     return QFile::encodeName(path);
 }
 
+struct Unconfirmed {
+    int count = 0;
+    QString reason;
+};
+
+Unconfirmed& UnconfirmedWrites() {
+    static Unconfirmed unconfirmed;
+    return unconfirmed;
+}
+
+void NoteUnconfirmed(const QString& reason) {
+    ++UnconfirmedWrites().count;
+    UnconfirmedWrites().reason = reason;
+}
+
 } // namespace
+
+DiskSyncCall& DiskSync() {
+    static DiskSyncCall call = ::fdatasync;
+    return call;
+}
+
+int UnconfirmedAppends() {
+    return UnconfirmedWrites().count;
+}
+
+QString LastUnconfirmedReason() {
+    return UnconfirmedWrites().reason;
+}
 
 int WriteAll(int fd, const char* data, qint64 size) {
     qint64 done = 0;
@@ -186,6 +214,7 @@ FileFault AppendFile::Fail(int error) {
 FileFault AppendFile::Open() {
     Close();
     m_leftPartial = false;
+    m_unconfirmed = false;
     const int fd =
         ::open(NativePath(m_path).constData(), O_RDWR | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
     if (fd < 0)
@@ -244,11 +273,17 @@ FileFault AppendFile::AppendHead(const QByteArray& head) {
 }
 
 FileFault AppendFile::Write(const QByteArray& record, qint64 sizeBefore) {
-    int error = WriteAll(m_fd, record.constData(), record.size());
-    if (error == 0)
-        error = Flush(m_fd);
-    if (error == 0)
+    const int error = WriteAll(m_fd, record.constData(), record.size());
+    if (error == 0) {
+        // The bytes are in the file and may still reach the disk: cutting them off again could
+        // throw away the only copy. The caller keeps what it needs to write them again.
+        if (const int flushError = Flush(m_fd)) {
+            m_unconfirmed = true;
+            m_reason = SystemReason(flushError);
+            NoteUnconfirmed(m_reason);
+        }
         return FileFault::None;
+    }
     // Whatever part of the record got there goes again, so the file ends where it ended.
     struct stat after {};
     if (::fstat(m_fd, &after) == 0 && after.st_size != sizeBefore && S_ISREG(after.st_mode))

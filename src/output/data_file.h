@@ -28,9 +28,11 @@ public:
 
     /// Opens the file for appending, making it if it doesn't exist.
     FileFault Open();
-    /// Appends the bytes with one write and flushes them to disk; on any failure the file is cut
-    /// back to its size before the call. `startLine` puts a line end in front when the file
-    /// holds something that doesn't end with one, so that a row is never glued to another.
+    /// Appends the bytes with one write and flushes them to disk; when the write fails the file
+    /// is cut back to its size before the call. When only the flush fails the bytes stay and the
+    /// append counts as done, but `Unconfirmed()` says so. `startLine` puts a line end in front
+    /// when the file holds something that doesn't end with one, so that a row is never glued to
+    /// another.
     FileFault Append(const QByteArray& bytes, bool startLine = false);
     /// Appends a load's part of a spreadsheet file: the column header when the file is empty,
     /// then the line end that ends the row the last record left open. A file that ends with a line
@@ -47,6 +49,8 @@ public:
     const QString& Reason() const { return m_reason; }
     /// True when a failed append could not cut the file back to its earlier size.
     bool LeftPartial() const { return m_leftPartial; }
+    /// True when an append since the file was opened could not be confirmed on the disk.
+    bool Unconfirmed() const { return m_unconfirmed; }
 
 private:
     FileFault Fail(int error);
@@ -57,7 +61,18 @@ private:
     QString m_reason;
     int m_fd = -1;
     bool m_leftPartial = false;
+    bool m_unconfirmed = false;
 };
+
+/// The call that puts a file's written bytes on the disk, fdatasync() unless a test puts a
+/// failing one in its place: 0, or -1 with errno set.
+using DiskSyncCall = int (*)(int fd);
+DiskSyncCall& DiskSync();
+
+/// Appends of this process whose bytes reached their file but whose flush to the disk failed.
+int UnconfirmedAppends();
+/// Why the last of them could not be confirmed, in the system's words.
+QString LastUnconfirmedReason();
 
 /// Lines counted as a sequential read counts them: 0 only for an empty or missing file.
 int CountLines(const QString& path);

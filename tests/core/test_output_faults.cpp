@@ -2,6 +2,7 @@
 // "Can't write data" messages and no record; a full disk and a write cut short are reported and
 // leave every earlier record as it was; a row left open is never glued to the next one.
 #include "definitions/experiment_loader.h"
+#include "failing_sync.h"
 #include "output/data_by_questionnaire.h"
 #include "output/data_by_variable.h"
 #include "output/data_file.h"
@@ -344,6 +345,43 @@ private slots:
         QCOMPARE(file.Append("next\r\n"), FileFault::None);
         QVERIFY(file.Close());
         QCOMPARE(ReadAll(path), "earlier record\r\nnext\r\n");
+    }
+
+    // A flush that fails after the write leaves bytes that may still reach the disk: they stay,
+    // and the file says that it could not confirm them.
+    void aFailedSyncKeepsWhatWasWritten() {
+        const QString path = Path("plain.txt");
+        WriteBytes(path, "earlier record\r\n");
+        AppendFile file(path);
+        QCOMPARE(file.Open(), FileFault::None);
+        const int before = UnconfirmedAppends();
+        FileFault fault = FileFault::Failed;
+        {
+            FailingDiskSync failing;
+            fault = file.Append("next\r\n");
+        }
+        QCOMPARE(fault, FileFault::None);
+        QVERIFY(file.Unconfirmed());
+        QCOMPARE(UnconfirmedAppends(), before + 1);
+        QVERIFY(!LastUnconfirmedReason().isEmpty());
+        QVERIFY(file.Close());
+        QCOMPARE(ReadAll(path), "earlier record\r\nnext\r\n");
+    }
+
+    void aRecordWhoseSyncFailsIsStillWritten() {
+        auto state = SecondParticipant();
+        m_boxes.clear();
+        bool written = false;
+        {
+            FailingDiskSync failing;
+            written = WriteDataByQuestionnaire(*state, Settings("10:00:00"));
+        }
+        QVERIFY(written);
+        QVERIFY(ReadAll(Bq("lab.txt"))
+                    .endsWith("'s2','1','" + Path("lab.exp").toUtf8() +
+                              "','default.cvp','03/02/2024','10:00:00'\r\n'one'\r\n3,'why  not'\r\n"
+                              "750\r\n"));
+        QVERIFY(ReadAll(Bq("lab.csv")).contains("\ns2,1,"));
     }
 
     void aRowLeftOpenIsNotGluedToTheNext() {
