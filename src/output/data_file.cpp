@@ -362,8 +362,12 @@ FileFault RewriteFile(const QString& path, const QByteArray& bytes, QString* rea
         return fail(error);
     }
     int error = WriteAll(fd, bytes.constData(), bytes.size());
-    if (error == 0)
-        error = Flush(fd);
+    // As with an append, a failed flush doesn't undo the write: the new text takes the old one's
+    // place, and the flush's failure is noted as one not confirmed on the disk.
+    if (error == 0) {
+        if (const int flushError = Flush(fd))
+            NoteUnconfirmed(SystemReason(flushError));
+    }
     if (error == 0 && mode && ::fchmod(fd, *mode) != 0)
         error = errno;
     if (::close(fd) != 0 && error == 0)

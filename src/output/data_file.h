@@ -81,7 +81,8 @@ int CountLines(const QString& path);
 int WriteAll(int fd, const char* data, qint64 size);
 
 /// Replaces the file with the bytes: the new text is written beside it and takes its place when
-/// it is complete. A file held by another writer, or one that may not be written, is InUse.
+/// it is complete. A file held by another writer, or one that may not be written, is InUse. A
+/// flush that fails after the write is counted by `UnconfirmedAppends()` and doesn't stop it.
 FileFault RewriteFile(const QString& path, const QByteArray& bytes, QString* reason);
 
 /// Text in the locale's encoding, as the data and syntax files are written.

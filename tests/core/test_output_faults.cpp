@@ -372,11 +372,20 @@ private slots:
         auto state = SecondParticipant();
         m_boxes.clear();
         bool written = false;
+        bool writtenByVariable = false;
+        const QByteArray syntax = ReadAll(Bv("lab.sps"));
         {
             FailingDiskSync failing;
             written = WriteDataByQuestionnaire(*state, Settings("10:00:00"));
+            writtenByVariable = WriteDataByVariable(*state, Settings("10:00:00"));
         }
         QVERIFY(written);
+        // The syntax written beside the file takes its place all the same.
+        QVERIFY(writtenByVariable);
+        QVERIFY(!syntax.isEmpty());
+        QCOMPARE(ReadAll(Bv("lab.sps")), syntax);
+        QCOMPARE(QDir(Bv("")).entryList({"*.new-*"}, QDir::Files), QStringList());
+        QVERIFY(ReadAll(Bv("lab.txt")).contains("'s2','1','"));
         QVERIFY(ReadAll(Bq("lab.txt"))
                     .endsWith("'s2','1','" + Path("lab.exp").toUtf8() +
                               "','default.cvp','03/02/2024','10:00:00'\r\n'one'\r\n3,'why  not'\r\n"
