@@ -106,30 +106,40 @@ int OpenFolderOf(const QByteArray& path) {
 // The marks of loads made by this process whose record is still to come, by file. A mark is a
 // shared lock of an open description of its own, so it lasts exactly as long as this process
 // keeps it.
-std::map<QByteArray, int>& RowMarks() {
-    static std::map<QByteArray, int> marks;
+struct RowMark {
+    int fd = -1;           // the folder's open description that holds the lock; -1 for none
+    qint64 lineEndAt = -1; // where the load's own line end starts; -1 when it wrote none
+    qint64 headEnd = 0;    // the size of the file after the load's part
+};
+
+std::map<QByteArray, RowMark>& RowMarks() {
+    static std::map<QByteArray, RowMark> marks;
     return marks;
 }
 
-void ReleaseRowMark(const QByteArray& path) {
+// The mark of the path, now released: where its line end lies.
+RowMark ReleaseRowMark(const QByteArray& path) {
     auto& marks = RowMarks();
-    if (const auto found = marks.find(path); found != marks.end()) {
-        ::close(found->second);
-        marks.erase(found);
-    }
+    const auto found = marks.find(path);
+    if (found == marks.end())
+        return RowMark{};
+    const RowMark mark = found->second;
+    if (mark.fd >= 0)
+        ::close(mark.fd);
+    marks.erase(found);
+    return mark;
 }
 
-void SetRowMark(const QByteArray& path) {
+void SetRowMark(const QByteArray& path, qint64 lineEndAt, qint64 headEnd) {
     ReleaseRowMark(path);
+    RowMark mark{-1, lineEndAt, headEnd};
     const int fd = OpenFolderOf(path);
-    if (fd < 0)
-        return;
     struct flock range = RowMarkRange(path, F_RDLCK);
-    if (::fcntl(fd, F_OFD_SETLK, &range) != 0) {
+    if (fd >= 0 && ::fcntl(fd, F_OFD_SETLK, &range) == 0)
+        mark.fd = fd;
+    else if (fd >= 0)
         ::close(fd); // a folder that takes no locks: loads are not told apart there
-        return;
-    }
-    RowMarks()[path] = fd;
+    RowMarks()[path] = mark;
 }
 
 // True when another load, of this process or of another station, still has its record to come.
@@ -239,16 +249,21 @@ FileFault AppendFile::Append(const QByteArray& bytes, bool startLine) {
     if (::fstat(m_fd, &before) != 0)
         return Fail(errno);
     QByteArray record = bytes;
+    qint64 cutBackTo = before.st_size;
     if (startLine) {
         // This record is the one this process's load made room for.
-        ReleaseRowMark(NativePath(m_path));
+        const RowMark mark = ReleaseRowMark(NativePath(m_path));
         if (EndsOpen(before.st_size))
             record.prepend("\r\n");
+        // When the record doesn't get there, the line end made for it goes too, unless someone
+        // wrote after it: else it would stand as an empty line before the record written later.
+        if (mark.lineEndAt >= 0 && mark.headEnd == before.st_size)
+            cutBackTo = mark.lineEndAt;
     }
-    return Write(record, before.st_size);
+    return Write(record, cutBackTo);
 }
 
-FileFault AppendFile::AppendHead(const QByteArray& head) {
+FileFault AppendFile::AppendHead(const QByteArray& head, HeadLineEnd lineEnd) {
     if (m_fd < 0)
         return Fail(EBADF);
     struct stat before {};
@@ -264,11 +279,15 @@ FileFault AppendFile::AppendHead(const QByteArray& head) {
     // The line end ends the header or the row that the last record left open. On a file that
     // ends with one already it stands for a load that no record followed, unless another
     // station's load is still waiting for its record: then the room is made already.
-    if (empty || EndsOpen(before.st_size) || !RowMarkedElsewhere(native))
+    const bool endsLine = lineEnd != HeadLineEnd::None &&
+                          (empty || EndsOpen(before.st_size) || !RowMarkedElsewhere(native));
+    if (endsLine)
         text += "\r\n";
     const FileFault fault = Write(text, before.st_size);
     if (fault == FileFault::None)
-        SetRowMark(native);
+        SetRowMark(native,
+                   endsLine && !empty && lineEnd == HeadLineEnd::RowFollows ? before.st_size : -1,
+                   before.st_size + text.size());
     return fault;
 }
 

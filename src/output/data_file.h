@@ -15,6 +15,13 @@ enum class FileFault {
     Failed, // anything else: the reason says what
 };
 
+/// What the line end of a spreadsheet file's head is to the row that comes after it.
+enum class HeadLineEnd {
+    Standing,   // a load's: it stays, whether a record follows or not
+    RowFollows, // the row comes next from the same writer: when it fails, the line end goes too
+    None,       // the row's line end is there already: only an empty file's header goes in
+};
+
 /// A data file opened for appending, made when missing, and locked against other writers while
 /// it is open, with both flock() and an fcntl lock, so that a test of the file's last line and
 /// the append that follows are one step for every program that locks either way. Closed when it
@@ -39,7 +46,7 @@ public:
     /// end gets another (the empty line of a load that no record followed) only when no other
     /// load waits for its record. Until this process appends its record (`startLine`) or loads
     /// again, other loads see this one waiting.
-    FileFault AppendHead(const QByteArray& head);
+    FileFault AppendHead(const QByteArray& head, HeadLineEnd lineEnd = HeadLineEnd::Standing);
     /// Closes the file; false when closing reported an error.
     bool Close();
 
