@@ -393,6 +393,25 @@ private slots:
         QVERIFY(ReadAll(Bq("lab.csv")).contains("\ns2,1,"));
     }
 
+    // A row by variable that can't be written takes the line end made for it along, so that the
+    // record written later has no empty line before it.
+    void aRowByVariableThatFailsTakesItsLineEndAlong() {
+        auto state = SecondParticipant();
+        const QByteArray before = ReadAll(Bv("lab.csv"));
+        QVERIFY(!before.endsWith("\n"));
+        {
+            // Room for the line end, none for the row.
+            FileSizeLimit limit(rlim_t(before.size() + 2));
+            QVERIFY(limit.Set());
+            QVERIFY(!WriteDataByVariable(*state, Settings("10:00:00")));
+        }
+        QCOMPARE(ReadAll(Bv("lab.csv")), before);
+        QVERIFY(WriteDataByVariable(*state, Settings("10:00:00")));
+        const QByteArray after = ReadAll(Bv("lab.csv"));
+        QVERIFY(after.startsWith(before + "\r\ns2,1,"));
+        QVERIFY(!after.contains("\r\n\r\n"));
+    }
+
     void aRowLeftOpenIsNotGluedToTheNext() {
         // Two runs without a load between: the second row still starts a line of its own.
         auto state = Load("s1");
