@@ -199,7 +199,7 @@ Declarations Declare(const RunState& state, const QString& folder, const QString
 }
 
 bool WriteSyntax(RunState& state, const DataOutputSettings& settings,
-                 const std::vector<VariableEntry>& merged) {
+                 const std::vector<VariableEntry>& merged, bool rowOpened) {
     const QString folder = DataFolder(state, QStringLiteral("byvariablename"));
     const QString base = state.ExperimentFileName + FileNameCode(settings.machineCode);
     const QDir dir(folder);
@@ -226,7 +226,9 @@ bool WriteSyntax(RunState& state, const DataOutputSettings& settings,
     }
     if (csv.IsOpen()) {
         // Here the line end comes right before this run's row.
-        if (csv.AppendHead(EncodeForFile(declared.header)) != FileFault::None) {
+        if (csv.AppendHead(EncodeForFile(declared.header),
+                           rowOpened ? HeadLineEnd::None : HeadLineEnd::RowFollows) !=
+            FileFault::None) {
             ReportWriteFault(state, csvPath, csv.Reason(), header, csv.LeftPartial());
             written = false;
         }
@@ -244,7 +246,7 @@ bool Write(RunState& state, const DataOutputSettings& settings, const RecordTarg
     AppendFile txt(place->File(QStringLiteral(".txt")));
     AppendFile csv(place->File(QStringLiteral(".csv")));
     const std::vector<VariableEntry> merged = MergeVariables(state);
-    bool written = WriteVariableSyntax(state, settings, merged);
+    bool written = WriteVariableSyntax(state, settings, merged, targets.csvRowOpened);
 
     if (targets.txt && OpenForRecord(state, txt, base + QStringLiteral(".txt"),
                                      kParticipantRecord) == FileFault::InUse)
@@ -295,9 +297,9 @@ std::vector<VariableEntry> MergeVariables(const RunState& state) {
 }
 
 bool WriteVariableSyntax(RunState& state, const DataOutputSettings& settings,
-                         const std::vector<VariableEntry>& merged) {
+                         const std::vector<VariableEntry>& merged, bool rowOpened) {
     try {
-        return WriteSyntax(state, settings, merged);
+        return WriteSyntax(state, settings, merged, rowOpened);
     } catch (const std::exception& error) {
         ReportUnexpected(state, error);
         return false;

@@ -26,10 +26,10 @@ struct VariableEntry {
 std::vector<VariableEntry> MergeVariables(const RunState& state);
 
 /// Rewrites the ".sps" file of data/byvariablename for these columns, gives an empty ".csv" its
-/// header and ends the row that the last run left open. False when something could not be
-/// written; never throws.
+/// header and ends the row that the last run left open, unless `rowOpened` says that a run cut
+/// short has done so. False when something could not be written; never throws.
 bool WriteVariableSyntax(RunState& state, const DataOutputSettings& settings,
-                         const std::vector<VariableEntry>& merged);
+                         const std::vector<VariableEntry>& merged, bool rowOpened = false);
 
 /// Writes the syntax and then appends the participant's record to the ".txt" and ".csv" files
 /// in data/byvariablename, leaving the working folder there. Runs after the record by

@@ -106,30 +106,40 @@ int OpenFolderOf(const QByteArray& path) {
 // The marks of loads made by this process whose record is still to come, by file. A mark is a
 // shared lock of an open description of its own, so it lasts exactly as long as this process
 // keeps it.
-std::map<QByteArray, int>& RowMarks() {
-    static std::map<QByteArray, int> marks;
+struct RowMark {
+    int fd = -1;           // the folder's open description that holds the lock; -1 for none
+    qint64 lineEndAt = -1; // where the load's own line end starts; -1 when it wrote none
+    qint64 headEnd = 0;    // the size of the file after the load's part
+};
+
+std::map<QByteArray, RowMark>& RowMarks() {
+    static std::map<QByteArray, RowMark> marks;
     return marks;
 }
 
-void ReleaseRowMark(const QByteArray& path) {
+// The mark of the path, now released: where its line end lies.
+RowMark ReleaseRowMark(const QByteArray& path) {
     auto& marks = RowMarks();
-    if (const auto found = marks.find(path); found != marks.end()) {
-        ::close(found->second);
-        marks.erase(found);
-    }
+    const auto found = marks.find(path);
+    if (found == marks.end())
+        return RowMark{};
+    const RowMark mark = found->second;
+    if (mark.fd >= 0)
+        ::close(mark.fd);
+    marks.erase(found);
+    return mark;
 }
 
-void SetRowMark(const QByteArray& path) {
+void SetRowMark(const QByteArray& path, qint64 lineEndAt, qint64 headEnd) {
     ReleaseRowMark(path);
+    RowMark mark{-1, lineEndAt, headEnd};
     const int fd = OpenFolderOf(path);
-    if (fd < 0)
-        return;
     struct flock range = RowMarkRange(path, F_RDLCK);
-    if (::fcntl(fd, F_OFD_SETLK, &range) != 0) {
+    if (fd >= 0 && ::fcntl(fd, F_OFD_SETLK, &range) == 0)
+        mark.fd = fd;
+    else if (fd >= 0)
         ::close(fd); // a folder that takes no locks: loads are not told apart there
-        return;
-    }
-    RowMarks()[path] = fd;
+    RowMarks()[path] = mark;
 }
 
 // True when another load, of this process or of another station, still has its record to come.
@@ -145,7 +155,7 @@ bool RowMarkedElsewhere(const QByteArray& path) {
 
 // Flushes to the disk; files that can't be flushed (devices, pipes) count as flushed.
 int Flush(int fd) {
-    if (::fdatasync(fd) == 0 || errno == EINVAL || errno == EROFS)
+    if (DiskSync()(fd) == 0 || errno == EINVAL || errno == EROFS)
         return 0;
     return errno;
 }
@@ -154,7 +164,35 @@ QByteArray NativePath(const QString& path) {
     return QFile::encodeName(path);
 }
 
+struct Unconfirmed {
+    int count = 0;
+    QString reason;
+};
+
+Unconfirmed& UnconfirmedWrites() {
+    static Unconfirmed unconfirmed;
+    return unconfirmed;
+}
+
+void NoteUnconfirmed(const QString& reason) {
+    ++UnconfirmedWrites().count;
+    UnconfirmedWrites().reason = reason;
+}
+
 } // namespace
+
+DiskSyncCall& DiskSync() {
+    static DiskSyncCall call = ::fdatasync;
+    return call;
+}
+
+int UnconfirmedAppends() {
+    return UnconfirmedWrites().count;
+}
+
+QString LastUnconfirmedReason() {
+    return UnconfirmedWrites().reason;
+}
 
 int WriteAll(int fd, const char* data, qint64 size) {
     qint64 done = 0;
@@ -186,6 +224,7 @@ FileFault AppendFile::Fail(int error) {
 FileFault AppendFile::Open() {
     Close();
     m_leftPartial = false;
+    m_unconfirmed = false;
     const int fd =
         ::open(NativePath(m_path).constData(), O_RDWR | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
     if (fd < 0)
@@ -210,16 +249,21 @@ FileFault AppendFile::Append(const QByteArray& bytes, bool startLine) {
     if (::fstat(m_fd, &before) != 0)
         return Fail(errno);
     QByteArray record = bytes;
+    qint64 cutBackTo = before.st_size;
     if (startLine) {
         // This record is the one this process's load made room for.
-        ReleaseRowMark(NativePath(m_path));
+        const RowMark mark = ReleaseRowMark(NativePath(m_path));
         if (EndsOpen(before.st_size))
             record.prepend("\r\n");
+        // When the record doesn't get there, the line end made for it goes too, unless someone
+        // wrote after it: else it would stand as an empty line before the record written later.
+        if (mark.lineEndAt >= 0 && mark.headEnd == before.st_size)
+            cutBackTo = mark.lineEndAt;
     }
-    return Write(record, before.st_size);
+    return Write(record, cutBackTo);
 }
 
-FileFault AppendFile::AppendHead(const QByteArray& head) {
+FileFault AppendFile::AppendHead(const QByteArray& head, HeadLineEnd lineEnd) {
     if (m_fd < 0)
         return Fail(EBADF);
     struct stat before {};
@@ -235,20 +279,30 @@ FileFault AppendFile::AppendHead(const QByteArray& head) {
     // The line end ends the header or the row that the last record left open. On a file that
     // ends with one already it stands for a load that no record followed, unless another
     // station's load is still waiting for its record: then the room is made already.
-    if (empty || EndsOpen(before.st_size) || !RowMarkedElsewhere(native))
+    const bool endsLine = lineEnd != HeadLineEnd::None &&
+                          (empty || EndsOpen(before.st_size) || !RowMarkedElsewhere(native));
+    if (endsLine)
         text += "\r\n";
     const FileFault fault = Write(text, before.st_size);
     if (fault == FileFault::None)
-        SetRowMark(native);
+        SetRowMark(native,
+                   endsLine && !empty && lineEnd == HeadLineEnd::RowFollows ? before.st_size : -1,
+                   before.st_size + text.size());
     return fault;
 }
 
 FileFault AppendFile::Write(const QByteArray& record, qint64 sizeBefore) {
-    int error = WriteAll(m_fd, record.constData(), record.size());
-    if (error == 0)
-        error = Flush(m_fd);
-    if (error == 0)
+    const int error = WriteAll(m_fd, record.constData(), record.size());
+    if (error == 0) {
+        // The bytes are in the file and may still reach the disk: cutting them off again could
+        // throw away the only copy. The caller keeps what it needs to write them again.
+        if (const int flushError = Flush(m_fd)) {
+            m_unconfirmed = true;
+            m_reason = SystemReason(flushError);
+            NoteUnconfirmed(m_reason);
+        }
         return FileFault::None;
+    }
     // Whatever part of the record got there goes again, so the file ends where it ended.
     struct stat after {};
     if (::fstat(m_fd, &after) == 0 && after.st_size != sizeBefore && S_ISREG(after.st_mode))
@@ -327,8 +381,12 @@ FileFault RewriteFile(const QString& path, const QByteArray& bytes, QString* rea
         return fail(error);
     }
     int error = WriteAll(fd, bytes.constData(), bytes.size());
-    if (error == 0)
-        error = Flush(fd);
+    // As with an append, a failed flush doesn't undo the write: the new text takes the old one's
+    // place, and the flush's failure is noted as one not confirmed on the disk.
+    if (error == 0) {
+        if (const int flushError = Flush(fd))
+            NoteUnconfirmed(SystemReason(flushError));
+    }
     if (error == 0 && mode && ::fchmod(fd, *mode) != 0)
         error = errno;
     if (::close(fd) != 0 && error == 0)

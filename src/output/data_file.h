@@ -15,6 +15,13 @@ enum class FileFault {
     Failed, // anything else: the reason says what
 };
 
+/// What the line end of a spreadsheet file's head is to the row that comes after it.
+enum class HeadLineEnd {
+    Standing,   // a load's: it stays, whether a record follows or not
+    RowFollows, // the row comes next from the same writer: when it fails, the line end goes too
+    None,       // the row's line end is there already: only an empty file's header goes in
+};
+
 /// A data file opened for appending, made when missing, and locked against other writers while
 /// it is open, with both flock() and an fcntl lock, so that a test of the file's last line and
 /// the append that follows are one step for every program that locks either way. Closed when it
@@ -28,16 +35,18 @@ public:
 
     /// Opens the file for appending, making it if it doesn't exist.
     FileFault Open();
-    /// Appends the bytes with one write and flushes them to disk; on any failure the file is cut
-    /// back to its size before the call. `startLine` puts a line end in front when the file
-    /// holds something that doesn't end with one, so that a row is never glued to another.
+    /// Appends the bytes with one write and flushes them to disk; when the write fails the file
+    /// is cut back to its size before the call. When only the flush fails the bytes stay and the
+    /// append counts as done, but `Unconfirmed()` says so. `startLine` puts a line end in front
+    /// when the file holds something that doesn't end with one, so that a row is never glued to
+    /// another.
     FileFault Append(const QByteArray& bytes, bool startLine = false);
     /// Appends a load's part of a spreadsheet file: the column header when the file is empty,
     /// then the line end that ends the row the last record left open. A file that ends with a line
     /// end gets another (the empty line of a load that no record followed) only when no other
     /// load waits for its record. Until this process appends its record (`startLine`) or loads
     /// again, other loads see this one waiting.
-    FileFault AppendHead(const QByteArray& head);
+    FileFault AppendHead(const QByteArray& head, HeadLineEnd lineEnd = HeadLineEnd::Standing);
     /// Closes the file; false when closing reported an error.
     bool Close();
 
@@ -47,6 +56,8 @@ public:
     const QString& Reason() const { return m_reason; }
     /// True when a failed append could not cut the file back to its earlier size.
     bool LeftPartial() const { return m_leftPartial; }
+    /// True when an append since the file was opened could not be confirmed on the disk.
+    bool Unconfirmed() const { return m_unconfirmed; }
 
 private:
     FileFault Fail(int error);
@@ -57,7 +68,18 @@ private:
     QString m_reason;
     int m_fd = -1;
     bool m_leftPartial = false;
+    bool m_unconfirmed = false;
 };
+
+/// The call that puts a file's written bytes on the disk, fdatasync() unless a test puts a
+/// failing one in its place: 0, or -1 with errno set.
+using DiskSyncCall = int (*)(int fd);
+DiskSyncCall& DiskSync();
+
+/// Appends of this process whose bytes reached their file but whose flush to the disk failed.
+int UnconfirmedAppends();
+/// Why the last of them could not be confirmed, in the system's words.
+QString LastUnconfirmedReason();
 
 /// Lines counted as a sequential read counts them: 0 only for an empty or missing file.
 int CountLines(const QString& path);
@@ -66,7 +88,8 @@ int CountLines(const QString& path);
 int WriteAll(int fd, const char* data, qint64 size);
 
 /// Replaces the file with the bytes: the new text is written beside it and takes its place when
-/// it is complete. A file held by another writer, or one that may not be written, is InUse.
+/// it is complete. A file held by another writer, or one that may not be written, is InUse. A
+/// flush that fails after the write is counted by `UnconfirmedAppends()` and doesn't stop it.
 FileFault RewriteFile(const QString& path, const QByteArray& bytes, QString* reason);
 
 /// Text in the locale's encoding, as the data and syntax files are written.

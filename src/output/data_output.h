@@ -19,6 +19,9 @@ struct DataOutputSettings {
 struct RecordTargets {
     bool txt = true;
     bool csv = true;
+    /// The .csv row is opened already: a run cut short left the line end that comes right before
+    /// it, so the row goes after that one without another.
+    bool csvRowOpened = false;
 };
 
 /// The settings of this moment: today's local short date and the time of day.

@@ -85,6 +85,16 @@ bool HasRecordAfter(const QString& path, qint64 offset, const QByteArray& head) 
     return false;
 }
 
+// Whether all that follows `offset` in the file is one line, ended: the header and line end, or
+// the line end alone, that a writer cut short put right before its row.
+bool RowOpenedAfter(const QString& path, qint64 offset) {
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly) || file.size() <= offset || !file.seek(offset))
+        return false;
+    const QByteArray tail = file.readAll();
+    return tail.endsWith("\r\n") && tail.indexOf('\n') == tail.size() - 1;
+}
+
 // The part of a record's head that doesn't depend on the moment it was written.
 QByteArray TxtHead(const RunState& state, const QString& inifile) {
     const QString separator = QStringLiteral("','");
@@ -105,9 +115,13 @@ RecordTargets MissingFrom(const RunState& state, RecordKind kind, const JournalW
     if (!writing.noted)
         return RecordTargets{};
     const RecordFiles files = RecordFilesOf(state, kind, settings.machineCode);
-    return RecordTargets{
+    RecordTargets targets{
         !HasRecordAfter(files.txt, writing.txtSize, TxtHead(state, settings.inifile)),
         !HasRecordAfter(files.csv, writing.csvSize, CsvHead(state, settings.inifile))};
+    // The writer by variable puts the row's line end in just before the row.
+    targets.csvRowOpened =
+        kind == RecordKind::ByVariable && targets.csv && RowOpenedAfter(files.csv, writing.csvSize);
+    return targets;
 }
 
 // The data root of a journal that lies in its data folder's journal or recovered folder.

@@ -11,6 +11,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
@@ -107,12 +108,12 @@ void SyncFolder(const QString& folder) {
     ::close(fd);
 }
 
-// The bytes written and put on the disk; 0 or the error.
-int WriteAndSync(int fd, const QByteArray& bytes) {
+// The bytes written and put on the disk; 0 or the error of the write. A failed flush leaves the
+// bytes in the file: its error goes to `syncError`.
+int WriteAndSync(int fd, const QByteArray& bytes, int* syncError) {
     if (const int error = WriteAll(fd, bytes.constData(), bytes.size()))
         return error;
-    if (::fdatasync(fd) != 0 && errno != EINVAL && errno != EROFS)
-        return errno;
+    *syncError = DiskSync()(fd) != 0 && errno != EINVAL && errno != EROFS ? errno : 0;
     return 0;
 }
 
@@ -407,9 +408,10 @@ QString FallbackJournalFolder() {
 }
 
 // A new journal file in `folder` holding `bytes`, put on the disk and locked; -1 with the
-// reason when it can't be made there.
+// reason when it can't be made there. A file whose bytes are written but could not be put on
+// the disk is kept only when `unconfirmed` takes it (set true, with the reason).
 int CreateJournalFile(const QString& folder, const QString& base, const QByteArray& bytes,
-                      QString* path, QString* reason) {
+                      QString* path, QString* reason, bool* unconfirmed) {
     if (!QDir().mkpath(folder)) {
         *reason = QStringLiteral("the folder can not be made");
         return -1;
@@ -431,11 +433,17 @@ int CreateJournalFile(const QString& folder, const QString& base, const QByteArr
     }
     // Held while the run lives, so that no other start takes it for a run that did not end.
     ::flock(fd, LOCK_EX | LOCK_NB);
-    if (const int error = WriteAndSync(fd, bytes)) {
-        *reason = SystemReason(error);
+    int syncError = 0;
+    const int error = WriteAndSync(fd, bytes, &syncError);
+    if (error != 0 || (syncError != 0 && !unconfirmed)) {
+        *reason = SystemReason(error != 0 ? error : syncError);
         ::close(fd);
         ::unlink(NativePath(*path).constData());
         return -1;
+    }
+    if (syncError != 0) {
+        *reason = SystemReason(syncError);
+        *unconfirmed = true;
     }
     SyncFolder(folder);
     SyncFolder(QFileInfo(folder).path());
@@ -470,7 +478,15 @@ std::unique_ptr<RunJournal> RunJournal::Begin(RunState& state, const DataOutputS
     // A data folder that can't be written must not cost the run its data: the journal then goes
     // to the program's own folder, where the next start looks too.
     QString reason;
-    if (!journal->KeepSomewhere(&reason)) {
+    if (journal->KeepSomewhere(&reason, true) && journal->m_unconfirmed) {
+        state.Boxes().Show(MessageBox{
+            state.MessageTitle(),
+            QStringLiteral("Corvane could not confirm on the disk the journal of this run in '") +
+                journal->m_path + QStringLiteral("' (") + reason +
+                QStringLiteral("). The run goes on and its responses are written there and kept "
+                               "in memory until they are written to the data files at its end."),
+            BoxIcon::Warning});
+    } else if (journal->m_fd < 0) {
         // Said before the participant starts, so that the operator can make room first.
         state.Boxes().Show(MessageBox{
             state.MessageTitle(),
@@ -490,28 +506,59 @@ std::unique_ptr<RunJournal> RunJournal::Begin(RunState& state, const DataOutputS
     return journal;
 }
 
-bool RunJournal::KeepSomewhere(QString* reason) {
+bool RunJournal::KeepSomewhere(QString* reason, bool takeUnconfirmed) {
     QStringList folders{JournalFolder(m_state.DataRoot), FallbackJournalFolder()};
     // After a failure, the other folder first.
     if (!m_path.isEmpty() && QFileInfo(m_path).path() == folders.front())
         folders.swapItemsAt(0, 1);
+    // A file that holds every line but could not be put on the disk is better than none; one
+    // that could, in the other folder, is better still.
+    int spareFd = -1;
+    QString spare, spareReason;
     for (const QString& folder : folders) {
         QString path;
-        const int fd = CreateJournalFile(folder, m_base, m_lines, &path, reason);
+        bool unconfirmed = false;
+        const int fd = CreateJournalFile(folder, m_base, m_lines, &path, reason,
+                                         takeUnconfirmed ? &unconfirmed : nullptr);
         if (fd < 0)
             continue;
-        // The incomplete file goes, so that no one recovers a record from it.
-        if (m_fd >= 0)
-            ::close(m_fd);
-        if (!m_path.isEmpty()) {
-            ::unlink(NativePath(m_path).constData());
-            SyncFolder(QFileInfo(m_path).path());
+        if (unconfirmed && spareFd < 0) {
+            spareFd = fd;
+            spare = path;
+            spareReason = *reason;
+            continue;
         }
-        m_fd = fd;
-        m_path = path;
+        if (unconfirmed) {
+            ::close(fd);
+            ::unlink(NativePath(path).constData());
+            continue;
+        }
+        if (spareFd >= 0) {
+            ::close(spareFd);
+            ::unlink(NativePath(spare).constData());
+            spareFd = -1;
+        }
+        TakeFile(fd, path);
         return true;
     }
-    return false;
+    if (spareFd < 0)
+        return false;
+    TakeFile(spareFd, spare);
+    *reason = spareReason;
+    m_unconfirmed = true;
+    return true;
+}
+
+void RunJournal::TakeFile(int fd, const QString& path) {
+    // The incomplete file goes, so that no one recovers a record from it.
+    if (m_fd >= 0)
+        ::close(m_fd);
+    if (!m_path.isEmpty()) {
+        ::unlink(NativePath(m_path).constData());
+        SyncFolder(QFileInfo(m_path).path());
+    }
+    m_fd = fd;
+    m_path = path;
 }
 
 std::unique_ptr<RunJournal> RunJournal::Reopen(RunState& state, const QString& path,
@@ -548,9 +595,13 @@ bool RunJournal::Append(const QStringList& fields) {
     m_lines += line;
     if (m_fd >= 0 && !m_broken) {
         const off_t before = ::lseek(m_fd, 0, SEEK_END);
-        const int error = WriteAndSync(m_fd, line);
-        if (error == 0)
+        int syncError = 0;
+        const int error = WriteAndSync(m_fd, line, &syncError);
+        if (error == 0) {
+            if (syncError != 0)
+                KeepUnconfirmed(syncError);
             return true;
+        }
         // Half a line would spoil the next one: the file goes back to where it was.
         if (before >= 0 && ::ftruncate(m_fd, before) != 0) {
             // The file is given up below in any case.
@@ -564,7 +615,7 @@ bool RunJournal::Append(const QStringList& fields) {
         return false; // a journal reopened by recovery holds its run's lines only on the disk
     const QString was = m_path;
     QString reason;
-    if (KeepSomewhere(&reason)) {
+    if (KeepSomewhere(&reason, true)) {
         m_broken = false;
         if (!was.isEmpty() || m_told)
             m_state.Boxes().Show(MessageBox{
@@ -593,6 +644,29 @@ bool RunJournal::Append(const QStringList& fields) {
             BoxIcon::Warning});
     }
     return false;
+}
+
+void RunJournal::KeepUnconfirmed(int error) {
+    if (m_unconfirmed)
+        return; // the operator knows already
+    m_unconfirmed = true;
+    const QString was = m_path;
+    // The file holds every line, so it stays unless another folder takes the journal and puts
+    // it on the disk.
+    QString reason;
+    const bool moved = !m_base.isEmpty() && KeepSomewhere(&reason, false);
+    if (moved)
+        m_unconfirmed = false;
+    m_state.Boxes().Show(MessageBox{
+        m_state.MessageTitle(),
+        QStringLiteral("Corvane could not confirm on the disk the journal of this run in '") + was +
+            QStringLiteral("' (") + SystemReason(error) + QStringLiteral("). ") +
+            (moved ? QStringLiteral("The journal, with every response so far, is now kept in '") +
+                         m_path + QStringLiteral("'.")
+                   : QStringLiteral("Every response so far is written there and kept in memory "
+                                    "until it is written to the data files at the end of the "
+                                    "run.")),
+        BoxIcon::Warning});
 }
 
 void RunJournal::Store(const StoredResponse& stored) {
@@ -627,25 +701,39 @@ void RunJournal::NoteOrder(bool header, const QString& text) {
 }
 
 void RunJournal::NoteWritten(RecordKind kind, bool written) {
-    m_outcome[std::size_t(kind)] = written ? 1 : 0;
-    Append({QStringLiteral("W"), RecordKindWord(kind), QLatin1String(written ? "1" : "0")});
+    NoteOutcome(kind, written ? kWritten : kFailed);
+}
+
+void RunJournal::NoteOutcome(RecordKind kind, int outcome) {
+    m_outcome[std::size_t(kind)] = outcome;
+    // A record not known to be on the disk is one that the next start looks for in its files.
+    Append({QStringLiteral("W"), RecordKindWord(kind),
+            QLatin1String(outcome == kWritten ? "1" : "0")});
 }
 
 bool RunJournal::WriteRecord(RecordKind kind, const QString& machineCode,
                              const std::function<bool()>& writer) {
     NoteWriting(kind, machineCode);
+    const int unconfirmedBefore = UnconfirmedAppends();
     const bool written = writer();
-    NoteWritten(kind, written);
+    const bool confirmed = UnconfirmedAppends() == unconfirmedBefore;
+    if (!confirmed)
+        m_recordReason = LastUnconfirmedReason();
+    NoteOutcome(kind, !written ? kFailed : confirmed ? kWritten : kUnconfirmed);
     return written;
 }
 
 bool RunJournal::RecordsWritten() const {
     // The order counts only when the run got as far as writing it.
-    return m_outcome[0] == 1 && m_outcome[1] == 1 && m_outcome[2] != 0;
+    return m_outcome[0] >= kWritten && m_outcome[1] >= kWritten && m_outcome[2] != kFailed;
+}
+
+bool RunJournal::RecordsConfirmed() const {
+    return std::find(m_outcome.begin(), m_outcome.end(), kUnconfirmed) == m_outcome.end();
 }
 
 bool RunJournal::Finish() {
-    if (RecordsWritten()) {
+    if (RecordsWritten() && RecordsConfirmed()) {
         Close();
         if (m_path.isEmpty())
             return true;
@@ -658,9 +746,31 @@ bool RunJournal::Finish() {
     }
     m_told = true; // one message at the end says it all
     Append({QStringLiteral("E")});
+    const bool kept = m_fd >= 0 && !m_broken;
+    if (RecordsWritten()) {
+        m_state.Boxes().Show(MessageBox{
+            m_state.MessageTitle(),
+            QStringLiteral("The record of participant ") + m_state.SubjectID +
+                QStringLiteral(" was written to the data files, but it could not be confirmed "
+                               "on the disk (") +
+                m_recordReason + QStringLiteral(").") +
+                (kept ? QStringLiteral(" Its responses are also in '") + m_path +
+                            QStringLiteral("'; when this experiment is next opened, Corvane "
+                                           "checks the data files and writes what is missing.")
+                      : QString()),
+            BoxIcon::Warning});
+        Close();
+        return false;
+    }
     auto outcome = [this](RecordKind kind) {
-        return m_outcome[std::size_t(kind)] == 1 ? QStringLiteral("written")
-                                                 : QStringLiteral("not written");
+        switch (m_outcome[std::size_t(kind)]) {
+        case kWritten:
+            return QStringLiteral("written");
+        case kUnconfirmed:
+            return QStringLiteral("written, not confirmed on the disk");
+        default:
+            return QStringLiteral("not written");
+        }
     };
     const QString what =
         QStringLiteral("The record of participant ") + m_state.SubjectID +
@@ -682,14 +792,20 @@ bool RunJournal::Finish() {
             BoxIcon::Critical, BoxButtons::OkCancel, BoxAnswer::Cancel});
         if (again != BoxAnswer::Ok)
             break;
-        if (KeepSomewhere(&reason))
+        if (KeepSomewhere(&reason, true))
             m_broken = false;
     }
     if (m_fd >= 0 && !m_broken)
         m_state.Boxes().Show(MessageBox{
             m_state.MessageTitle(),
-            what + QStringLiteral(" Its responses are kept in '") + m_path +
-                QStringLiteral("', and Corvane offers to write what is missing when this "
+            what +
+                (m_unconfirmed
+                     ? QStringLiteral(" Its responses are written to '") + m_path +
+                           QStringLiteral("', though that file could not be confirmed on the "
+                                          "disk either")
+                     : QStringLiteral(" Its responses are kept in '") + m_path +
+                           QStringLiteral("'")) +
+                QStringLiteral(", and Corvane offers to write what is missing when this "
                                "experiment is next opened."),
             BoxIcon::Warning});
     Close();

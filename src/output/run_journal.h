@@ -150,6 +150,8 @@ public:
     bool Finish();
     /// True when both records, and the order when it was written, reached their files.
     bool RecordsWritten() const;
+    /// False when a record reached its files but could not be confirmed on the disk.
+    bool RecordsConfirmed() const;
     /// False when no file holds the whole journal at present: the responses are in memory only.
     bool Kept() const { return m_fd >= 0 && !m_broken; }
     /// Moves the journal into `folder`, under its own name or a free one beside it; the
@@ -165,19 +167,32 @@ private:
     bool Append(const QStringList& fields);
     /// Writes the whole journal to a new file in the data folder's journal folder or the
     /// program's, the other one first after a failure, and removes the file it leaves.
-    bool KeepSomewhere(QString* reason);
+    /// With `takeUnconfirmed`, a file whose flush failed is taken when no other can be had.
+    bool KeepSomewhere(QString* reason, bool takeUnconfirmed);
+    void TakeFile(int fd, const QString& path);
+    /// A line reached the file but not the disk: the journal moves to a folder where it can be
+    /// put on the disk, else stays where it is; the operator is told at once.
+    void KeepUnconfirmed(int error);
+    void NoteOutcome(RecordKind kind, int outcome);
     void Close();
 
     RunState& m_state;
     QString m_path;
     int m_fd = -1;
     bool m_connected = false;
-    QString m_base;        // the file name without ending; empty for a journal reopened
-    QByteArray m_lines;    // every line of the run, so that it can be written anew elsewhere
-    bool m_broken = false; // the file lacks a line
-    bool m_told = false;   // the operator knows that no file holds the journal
-    QString m_reason;      // why the last write failed
-    std::array<int, 3> m_outcome{-1, -1, -1}; // by RecordKind: -1 not run, 0 failed, 1 written
+    QString m_base;             // the file name without ending; empty for a journal reopened
+    QByteArray m_lines;         // every line of the run, so that it can be written anew elsewhere
+    bool m_broken = false;      // the file lacks a line
+    bool m_told = false;        // the operator knows that no file holds the journal
+    QString m_reason;           // why the last write failed
+    bool m_unconfirmed = false; // a line of the file could not be confirmed on the disk
+    QString m_recordReason;     // why a record could not be confirmed on the disk
+    // By RecordKind: not run, failed, written, or written but not confirmed on the disk.
+    static constexpr int kNotRun = -1;
+    static constexpr int kFailed = 0;
+    static constexpr int kWritten = 1;
+    static constexpr int kUnconfirmed = 2;
+    std::array<int, 3> m_outcome{kNotRun, kNotRun, kNotRun};
     std::function<void(const StoredResponse&)> m_previousHook;
 };
 

@@ -5,6 +5,7 @@
 #include "definition_fixtures.h"
 #include "definitions/experiment_loader.h"
 #include "engine/run_driver.h"
+#include "failing_sync.h"
 #include "output/recovery.h"
 #include "output/run_journal.h"
 #include "recording_boxes.h"
@@ -422,6 +423,55 @@ private slots:
         QCOMPARE(contents->ignoredLines, 0);
         QCOMPARE(m_boxes.size(), 1);
         journal.reset();
+    }
+
+    // Every flush fails from the middle of the run on: the file that holds every line stays the
+    // journal, the operator is told at once and no more than is true, the records still go to
+    // their files, and the journal stays for the next start to check them against.
+    void aJournalWhoseSyncsFailKeepsItsLines() {
+        ProgramFolder::SetPath(Path("program"));
+        auto state = Load("8");
+        auto journal = RunJournal::Begin(*state, Settings());
+        QVERIFY(journal && journal->Kept());
+        const QString first = journal->Path();
+        state->StoreResponse(1, 1, 1, "4");
+        QVERIFY(m_boxes.isEmpty());
+        FailingDiskSync failing;
+        state->StoreResponse(1, 3, 1, "2");
+        QCOMPARE(m_boxes.size(), 1); // at once, not at the end
+        QVERIFY2(
+            m_boxes[0].text.startsWith(
+                "Corvane could not confirm on the disk the journal of this run in '" + first + "'"),
+            qPrintable(m_boxes[0].text));
+        QVERIFY(!m_boxes[0].text.contains("kept in '"));
+        QVERIFY(journal->Kept());
+        QCOMPARE(journal->Path(), first);
+        state->StoreResponseTime(1, 3, 1, 650);
+        QCOMPARE(m_boxes.size(), 1);
+        QCOMPARE(ReadJournal(first)->ResponseCount(), 2);
+        QCOMPARE(ReadJournal(first)->TimeCount(), 1);
+
+        const QString data = Path("record.txt");
+        auto writer = [&] {
+            AppendFile file(data);
+            return file.Open() == FileFault::None && file.Append("record\r\n") == FileFault::None;
+        };
+        QVERIFY(journal->WriteRecord(RecordKind::ByQuestionnaire, "A1", writer));
+        QVERIFY(journal->WriteRecord(RecordKind::ByVariable, "A1", writer));
+        QVERIFY(journal->RecordsWritten());
+        QVERIFY(!journal->RecordsConfirmed());
+        QCOMPARE(ReadAll(data), "record\r\nrecord\r\n");
+        QVERIFY(!journal->Finish());
+        QVERIFY(QFile::exists(first));
+        QCOMPARE(m_boxes.size(), 2);
+        QVERIFY2(m_boxes[1].text.startsWith("The record of participant 8 was written to the data "
+                                            "files, but it could not be confirmed on the disk ("),
+                 qPrintable(m_boxes[1].text));
+        QVERIFY(m_boxes[1].text.contains(first));
+        const auto contents = ReadJournal(first);
+        QVERIFY(contents && contents->ended);
+        QVERIFY(contents->writing[0].noted && !contents->writing[0].written);
+        QCOMPARE(FindUnfinishedRuns(Root()), QStringList{first});
     }
 
     // The journal is written and put on the disk when an item ends, after its end was read, and

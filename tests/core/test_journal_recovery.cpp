@@ -263,6 +263,49 @@ private slots:
         QVERIFY(FindUnfinishedRuns(Root()).isEmpty());
     }
 
+    // The writer by variable is cut short between the line end it puts before its row and the
+    // row: the row written later goes right after that line end, with no empty line.
+    void aRowByVariableCutShortAfterItsLineEndGetsNoEmptyLine_data() {
+        QTest::addColumn<bool>("earlierRecord");
+        QTest::newRow("after an earlier record") << true;
+        QTest::newRow("in a new file") << false;
+    }
+
+    void aRowByVariableCutShortAfterItsLineEndGetsNoEmptyLine() {
+        QFETCH(bool, earlierRecord);
+        const QString csvPath = Path("data/byvariablename/study.csv");
+        if (earlierRecord) {
+            auto state = Load("s5", "1", Settings("13:00:00"));
+            AnswerFirstRun(*state);
+            state->ExperimentFileName = "study";
+            QVERIFY(WriteDataByQuestionnaire(*state, Settings("13:00:01")));
+            QVERIFY(WriteDataByVariable(*state, Settings("13:00:01")));
+        }
+        QString path;
+        {
+            auto state = Load("s6", "1", Settings("13:30:00"));
+            auto journal = RunJournal::Begin(*state, Settings("13:30:00"));
+            QVERIFY(journal);
+            path = journal->Path();
+            AnswerFirstRun(*state);
+            state->ExperimentFileName = "study";
+            QVERIFY(journal->WriteRecord(RecordKind::ByQuestionnaire, QString(), [&] {
+                return WriteDataByQuestionnaire(*state, Settings("13:30:01"));
+            }));
+            journal->NoteWriting(RecordKind::ByVariable, QString());
+            QVERIFY(WriteVariableSyntax(*state, Settings("13:30:01"), MergeVariables(*state)));
+        }
+        const QByteArray before = ReadAll(csvPath);
+        QVERIFY(before.endsWith("\r\n"));
+        const RecoveryResult result = RecoverRun(Launcher(), path);
+        QVERIFY2(result.recovered, qPrintable(result.problem));
+        const QByteArray csv = ReadAll(csvPath);
+        QVERIFY(!csv.contains("\r\n\r\n"));
+        QVERIFY(csv.startsWith(before));
+        QCOMPARE(Count(csv, "\r\ns6,1,"), 1);
+        QCOMPARE(Count(csv, "\n"), Count(before, "\n"));
+    }
+
     // A journal is input: one whose header points its writes out of this experiment's data
     // folders writes nothing anywhere.
     void aJournalCanNotSteerWritesElsewhere_data() {

@@ -2,6 +2,7 @@
 // "Can't write data" messages and no record; a full disk and a write cut short are reported and
 // leave every earlier record as it was; a row left open is never glued to the next one.
 #include "definitions/experiment_loader.h"
+#include "failing_sync.h"
 #include "output/data_by_questionnaire.h"
 #include "output/data_by_variable.h"
 #include "output/data_file.h"
@@ -344,6 +345,71 @@ private slots:
         QCOMPARE(file.Append("next\r\n"), FileFault::None);
         QVERIFY(file.Close());
         QCOMPARE(ReadAll(path), "earlier record\r\nnext\r\n");
+    }
+
+    // A flush that fails after the write leaves bytes that may still reach the disk: they stay,
+    // and the file says that it could not confirm them.
+    void aFailedSyncKeepsWhatWasWritten() {
+        const QString path = Path("plain.txt");
+        WriteBytes(path, "earlier record\r\n");
+        AppendFile file(path);
+        QCOMPARE(file.Open(), FileFault::None);
+        const int before = UnconfirmedAppends();
+        FileFault fault = FileFault::Failed;
+        {
+            FailingDiskSync failing;
+            fault = file.Append("next\r\n");
+        }
+        QCOMPARE(fault, FileFault::None);
+        QVERIFY(file.Unconfirmed());
+        QCOMPARE(UnconfirmedAppends(), before + 1);
+        QVERIFY(!LastUnconfirmedReason().isEmpty());
+        QVERIFY(file.Close());
+        QCOMPARE(ReadAll(path), "earlier record\r\nnext\r\n");
+    }
+
+    void aRecordWhoseSyncFailsIsStillWritten() {
+        auto state = SecondParticipant();
+        m_boxes.clear();
+        bool written = false;
+        bool writtenByVariable = false;
+        const QByteArray syntax = ReadAll(Bv("lab.sps"));
+        {
+            FailingDiskSync failing;
+            written = WriteDataByQuestionnaire(*state, Settings("10:00:00"));
+            writtenByVariable = WriteDataByVariable(*state, Settings("10:00:00"));
+        }
+        QVERIFY(written);
+        // The syntax written beside the file takes its place all the same.
+        QVERIFY(writtenByVariable);
+        QVERIFY(!syntax.isEmpty());
+        QCOMPARE(ReadAll(Bv("lab.sps")), syntax);
+        QCOMPARE(QDir(Bv("")).entryList({"*.new-*"}, QDir::Files), QStringList());
+        QVERIFY(ReadAll(Bv("lab.txt")).contains("'s2','1','"));
+        QVERIFY(ReadAll(Bq("lab.txt"))
+                    .endsWith("'s2','1','" + Path("lab.exp").toUtf8() +
+                              "','default.cvp','03/02/2024','10:00:00'\r\n'one'\r\n3,'why  not'\r\n"
+                              "750\r\n"));
+        QVERIFY(ReadAll(Bq("lab.csv")).contains("\ns2,1,"));
+    }
+
+    // A row by variable that can't be written takes the line end made for it along, so that the
+    // record written later has no empty line before it.
+    void aRowByVariableThatFailsTakesItsLineEndAlong() {
+        auto state = SecondParticipant();
+        const QByteArray before = ReadAll(Bv("lab.csv"));
+        QVERIFY(!before.endsWith("\n"));
+        {
+            // Room for the line end, none for the row.
+            FileSizeLimit limit(rlim_t(before.size() + 2));
+            QVERIFY(limit.Set());
+            QVERIFY(!WriteDataByVariable(*state, Settings("10:00:00")));
+        }
+        QCOMPARE(ReadAll(Bv("lab.csv")), before);
+        QVERIFY(WriteDataByVariable(*state, Settings("10:00:00")));
+        const QByteArray after = ReadAll(Bv("lab.csv"));
+        QVERIFY(after.startsWith(before + "\r\ns2,1,"));
+        QVERIFY(!after.contains("\r\n\r\n"));
     }
 
     void aRowLeftOpenIsNotGluedToTheNext() {
