@@ -5,12 +5,19 @@
 set -euo pipefail
 cd "$(dirname "$0")"
 
-PACKAGES=(g++ cmake ninja-build pkg-config qt6-base-dev libsqlite3-dev libxcb1-dev qt6-multimedia-dev gstreamer1.0-plugins-good xvfb xauth strace x11-xkb-utils xdotool)
+PACKAGES=(g++ cmake ninja-build pkg-config qt6-base-dev libsqlite3-dev libxcb1-dev qt6-multimedia-dev
+    gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-plugins-bad gstreamer1.0-libav
+    qt6-webengine-dev qt6-pdf-dev qt6-serialport-dev
+    libreoffice-writer libreoffice-calc libreoffice-impress python3-uno
+    xvfb xauth x11-xkb-utils)
+# Only the tests need these: the tools that make their inputs, drive windows and read the data back.
+TEST_PACKAGES=(strace xdotool socat pulseaudio pulseaudio-utils sox espeak-ng gstreamer1.0-tools
+    openbox pspp r-base-core)
 BUILD_DIR=${CORVANE_BUILD_DIR:-build}
 
 install_missing() {
     local missing=()
-    for package in "${PACKAGES[@]}"; do
+    for package in "$@"; do
         dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q "install ok installed" \
             || missing+=("$package")
     done
@@ -19,7 +26,7 @@ install_missing() {
     local sudo=()
     [ "$(id -u)" -eq 0 ] || sudo=(sudo)
     "${sudo[@]}" apt-get update -qq
-    DEBIAN_FRONTEND=noninteractive "${sudo[@]}" apt-get install -y -qq --no-install-recommends \
+    DEBIAN_FRONTEND=noninteractive "${sudo[@]}" apt-get -o DPkg::Lock::Timeout=900 install -y -qq --no-install-recommends \
         "${missing[@]}"
 }
 
@@ -30,7 +37,7 @@ build() {
 
 case "${1:-run}" in
 run)
-    install_missing
+    install_missing "${PACKAGES[@]}"
     build
     # The demo experiment runs from a folder of its own, where its data folder appears.
     mkdir -p demo-run
@@ -45,7 +52,7 @@ run)
     echo "The demo run ended with status $status; its data are in $(pwd)/demo-run/data"
     ;;
 test)
-    install_missing
+    install_missing "${PACKAGES[@]}" "${TEST_PACKAGES[@]}"
     build
     QT_QPA_PLATFORM=offscreen ctest --test-dir "$BUILD_DIR" --output-on-failure -j "$(nproc)"
     ;;
