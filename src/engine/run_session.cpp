@@ -84,10 +84,19 @@ void RunSession::ReadExperimentInfo() {
     emit SubjectEntered();
     ExperimentNeeds needs;
     ExperimentLoadHooks hooks;
-    hooks.WriteQuestionnaireSyntax = [this] {
+    m_journal.reset();
+    bool journalBegun = false;
+    hooks.WriteQuestionnaireSyntax = [this, &journalBegun] {
+        // The journal comes first: the syntax step ends the last row of the data file, and a
+        // run cut short after that must leave a record to follow that line end.
+        m_journal = RunJournal::Begin(m_state, OutputSettings());
+        journalBegun = true;
         WriteQuestionnaireSyntax(m_state, OutputSettings());
     };
     if (!corvane::ReadExperimentInfo(m_state, hooks, needs)) {
+        if (m_journal)
+            m_journal->Abandon();
+        m_journal.reset();
         if (m_codes)
             m_codes->close();
         emit LoadRefused();
@@ -97,7 +106,8 @@ void RunSession::ReadExperimentInfo() {
         OpenWordProcessor(m_state, QStringLiteral("doc"), m_preferences.WordFolder, FirstPanel);
     if (needs.wordPerfect)
         OpenWordProcessor(m_state, QStringLiteral("wpd"), m_preferences.WordFolder, FirstPanel);
-    m_journal = RunJournal::Begin(m_state, OutputSettings());
+    if (!journalBegun)
+        m_journal = RunJournal::Begin(m_state, OutputSettings());
     m_driver.Order().Journal = m_journal.get();
     m_recordMissing = false;
     m_active = true;

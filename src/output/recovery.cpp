@@ -4,6 +4,7 @@
 #include "output/data_by_questionnaire.h"
 #include "output/data_by_variable.h"
 #include "output/data_file.h"
+#include "output/questionnaire_syntax.h"
 #include "output/run_journal.h"
 #include "state/error.h"
 #include "state/helpers.h"
@@ -122,6 +123,22 @@ RecordTargets MissingFrom(const RunState& state, RecordKind kind, const JournalW
     targets.csvRowOpened =
         kind == RecordKind::ByVariable && targets.csv && RowOpenedAfter(files.csv, writing.csvSize);
     return targets;
+}
+
+// The experiment's file name as the run driver hands it to the writers.
+QString AsWritersName(const QString& fileName) {
+    return QString(fileName.left(qMax(qsizetype(0), fileName.size() - 4)))
+        .replace(QLatin1Char(' '), QLatin1Char('_'));
+}
+
+// Whether the .csv by questionnaire of the experiment loaded in `state` (its file name still
+// with its ending) is missing or empty.
+bool ByQuestionnaireCsvIsEmpty(RunState& state, const QString& machineCode) {
+    const QString loaded = state.ExperimentFileName;
+    state.ExperimentFileName = AsWritersName(loaded);
+    const QFileInfo csv(RecordFilesOf(state, RecordKind::ByQuestionnaire, machineCode).csv);
+    state.ExperimentFileName = loaded;
+    return !csv.exists() || csv.size() == 0;
 }
 
 // The data root of a journal that lies in its data folder's journal or recovered folder.
@@ -264,7 +281,14 @@ void Recover(RunState& caller, const QString& path, const QStringList& dataRoots
             return;
         }
         ExperimentNeeds needs;
-        if (!ReadExperimentInfo(state, ExperimentLoadHooks{}, needs)) {
+        ExperimentLoadHooks hooks;
+        // A run cut short between its journal and its load's header leaves a .csv with no
+        // header: the load's step is done now, as the run would have, so the record has one.
+        hooks.WriteQuestionnaireSyntax = [&state, &contents] {
+            if (ByQuestionnaireCsvIsEmpty(state, contents->settings.machineCode))
+                WriteQuestionnaireSyntax(state, contents->settings);
+        };
+        if (!ReadExperimentInfo(state, hooks, needs)) {
             result.problem = QStringLiteral("the experiment can not be read again: ") +
                              boxes.collected.value(boxes.collected.size() - 1);
             return;
@@ -289,10 +313,7 @@ void Recover(RunState& caller, const QString& path, const QStringList& dataRoots
     }
 
     boxes.collecting = false;
-    // As the run driver hands the name to the writers.
-    QString& name = state.ExperimentFileName;
-    name =
-        name.left(qMax(qsizetype(0), name.size() - 4)).replace(QLatin1Char(' '), QLatin1Char('_'));
+    state.ExperimentFileName = AsWritersName(state.ExperimentFileName);
     const DataOutputSettings& settings = contents->settings;
 
     bool allWritten = true;

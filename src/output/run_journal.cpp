@@ -732,18 +732,26 @@ bool RunJournal::RecordsConfirmed() const {
     return std::find(m_outcome.begin(), m_outcome.end(), kUnconfirmed) == m_outcome.end();
 }
 
-bool RunJournal::Finish() {
-    if (RecordsWritten() && RecordsConfirmed()) {
-        Close();
-        if (m_path.isEmpty())
-            return true;
-        const QString folder = QFileInfo(m_path).path();
-        if (!QFile::remove(m_path))
-            return false; // its lines say that both records are written: no one offers it again
-        SyncFolder(folder);
-        QDir().rmdir(folder); // only when no other journal is there
+bool RunJournal::Remove() {
+    Close();
+    if (m_path.isEmpty())
         return true;
-    }
+    const QString folder = QFileInfo(m_path).path();
+    if (!QFile::remove(m_path))
+        return false;
+    SyncFolder(folder);
+    QDir().rmdir(folder); // only when no other journal is there
+    return true;
+}
+
+void RunJournal::Abandon() {
+    Remove();
+}
+
+bool RunJournal::Finish() {
+    // A journal that stays after this says that both records are written: no one offers it again.
+    if (RecordsWritten() && RecordsConfirmed())
+        return Remove();
     m_told = true; // one message at the end says it all
     Append({QStringLiteral("E")});
     const bool kept = m_fd >= 0 && !m_broken;

@@ -148,6 +148,8 @@ public:
     /// otherwise it is kept, the operator told, and Corvane offers it at its next start.
     /// True when it was removed.
     bool Finish();
+    /// A run whose load was refused after its journal began never started: its journal goes.
+    void Abandon();
     /// True when both records, and the order when it was written, reached their files.
     bool RecordsWritten() const;
     /// False when a record reached its files but could not be confirmed on the disk.
@@ -175,6 +177,8 @@ private:
     void KeepUnconfirmed(int error);
     void NoteOutcome(RecordKind kind, int outcome);
     void Close();
+    /// Closes and removes the file; false when it is still there.
+    bool Remove();
 
     RunState& m_state;
     QString m_path;
