@@ -19,14 +19,14 @@ constexpr int kEscape = 27;
 
 } // namespace
 
-fEssay::fEssay(RunContext& run) : ItemForm(run, QStringLiteral("fEssay")) {
+fEssay::fEssay(RunContext& run) : TypingForm(run, QStringLiteral("fEssay")) {
     Text1 = new LimitedTextBox(Picture1);
     Text1->setObjectName(QStringLiteral("Text1"));
 }
 
 void fEssay::Load() {
     const Question& item = Item();
-    m_firstKeyPending = true;
+    ForgetFirstKey();
     ApplyFormGeometry();
     PlaceDesign(lQuestion, kQuestion);
     PlaceDesign(Text1, kText);
@@ -62,21 +62,9 @@ void fEssay::PlaceText1() {
     PlaceTwips(Text1, place);
 }
 
-bool fEssay::eventFilter(QObject* watched, QEvent* event) {
-    if (event->type() == QEvent::KeyPress)
-        m_keyTarget = watched;
-    else if (event->type() == QEvent::MouseButtonRelease)
-        m_inputTime = EventTime(static_cast<QInputEvent*>(event));
-    return ItemForm::eventFilter(watched, event);
-}
-
 bool fEssay::ItemKey(QKeyEvent* event, qint32 eventTime) {
-    QObject* target = m_keyTarget ? m_keyTarget : focusWidget();
-    m_keyTarget = nullptr;
-    if (Item().KeepFocus == 1 && m_firstKeyPending) {
-        m_firstKeyTime = eventTime;
-        m_firstKeyPending = false;
-    }
+    QObject* target = TakeKeyTarget();
+    NoteKey(eventTime);
     if (target != Text1)
         return false;
     return Text1_KeyDown(KeyCodeOf(event->key(), event->modifiers()), eventTime);
@@ -108,7 +96,7 @@ void fEssay::Finish(qint32 itemEnd) {
         return;
     }
     if (item.KeepFocus == 1)
-        state.ItemEnd = m_firstKeyPending ? state.ItemStart : m_firstKeyTime; // no key: no time
+        state.ItemEnd = FirstKeyTimeOr(state.ItemStart);
     m_timer1.reset();
     WriteSideFiles();
     const QString skip = item.skip;
@@ -140,8 +128,7 @@ void fEssay::WriteSideFiles() {
 }
 
 void fEssay::ToolClick(const QString& key) {
-    const qint32 now = m_inputTime != 0 ? m_inputTime : State().Clock().Now();
-    m_inputTime = 0;
+    const qint32 now = TakeInputTime();
     ClickSound(QStringLiteral("CLICK"));
     if (key == QLatin1String("GoBack")) {
         m_timer1.reset();

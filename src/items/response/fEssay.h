@@ -3,7 +3,7 @@
 // the times of one chosen key, when the item asks for them, to a key log beside it.
 #pragma once
 
-#include "engine/item_frame.h"
+#include "items/response/typing_form.h"
 
 #include <memory>
 #include <vector>
@@ -13,7 +13,7 @@ namespace corvane {
 class LimitedTextBox;
 class RunTimer;
 
-class fEssay : public ItemForm {
+class fEssay : public TypingForm {
     Q_OBJECT
 public:
     explicit fEssay(RunContext& run);
@@ -23,7 +23,6 @@ protected:
     void ToolClick(const QString& key) override;
     bool ItemKey(QKeyEvent* event, qint32 eventTime) override;
     bool KeysNavigate() const override { return false; }
-    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     void PlaceText1();
@@ -33,12 +32,8 @@ private:
     void Timer1_Timer();
 
     LimitedTextBox* Text1 = nullptr;
-    bool m_firstKeyPending = true;
-    qint32 m_firstKeyTime = 0;
     /// The times of the counted key, in ms from the item's start.
     std::vector<qint32> m_keyTimes;
-    qint32 m_inputTime = 0;
-    QObject* m_keyTarget = nullptr;
     std::unique_ptr<RunTimer> m_timer1;
 };
 

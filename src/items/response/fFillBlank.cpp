@@ -52,7 +52,7 @@ bool RangeUnreadable(const Question& item) {
 
 } // namespace
 
-fFillBlank::fFillBlank(RunContext& run) : ItemForm(run, QStringLiteral("fFillBlank")) {
+fFillBlank::fFillBlank(RunContext& run) : TypingForm(run, QStringLiteral("fFillBlank")) {
     txFillBlank = new LimitedTextBox(Picture1);
     txFillBlank->setObjectName(QStringLiteral("txFillBlank"));
     txFillBlank->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
@@ -74,7 +74,7 @@ fFillBlank::fFillBlank(RunContext& run) : ItemForm(run, QStringLiteral("fFillBla
 
 void fFillBlank::Load() {
     const Question& item = Item();
-    m_firstKeyPending = true;
+    ForgetFirstKey();
     if (!item.Mask.isEmpty() && !item.Mask.left(kBoxes).contains(QLatin1Char('*')))
         return PassOverMaskWithoutBlank();
     m_rangeTest = item.RangeLow != 0 || item.RangeHigh != 0;
@@ -167,22 +167,10 @@ void fFillBlank::BuildBoxes() {
     }
 }
 
-bool fFillBlank::eventFilter(QObject* watched, QEvent* event) {
-    if (event->type() == QEvent::KeyPress)
-        m_keyTarget = watched;
-    else if (event->type() == QEvent::MouseButtonRelease)
-        m_inputTime = EventTime(static_cast<QInputEvent*>(event));
-    return ItemForm::eventFilter(watched, event);
-}
-
 bool fFillBlank::ItemKey(QKeyEvent* event, qint32 eventTime) {
-    QObject* target = m_keyTarget ? m_keyTarget : focusWidget();
-    m_keyTarget = nullptr;
-    m_inputTime = eventTime;
-    if (Item().KeepFocus == 1 && m_firstKeyPending) {
-        m_firstKeyTime = eventTime;
-        m_firstKeyPending = false;
-    }
+    QObject* target = TakeKeyTarget();
+    NoteInputTime(eventTime);
+    NoteKey(eventTime);
     if (target == txFillBlank)
         return txFillBlank_KeyDown(event);
     for (int j = 1; j <= m_boxCount; ++j) {
@@ -249,8 +237,7 @@ void fFillBlank::FocusNextBox(int index, int step) {
 }
 
 void fFillBlank::ToolClick(const QString& key) {
-    const qint32 itemEnd = m_inputTime != 0 ? m_inputTime : State().Clock().Now();
-    m_inputTime = 0;
+    const qint32 itemEnd = TakeInputTime();
     ClickSound(QStringLiteral("CLICK"));
     if (key == QLatin1String("GoBack")) {
         m_timer1.reset();
@@ -295,7 +282,7 @@ void fFillBlank::Continue(qint32 itemEnd, bool timeUp) {
     cleaned.remove(QLatin1Char('\r'));
     cleaned.remove(QLatin1Char(','));
     if (item.KeepFocus == 1)
-        state.ItemEnd = m_firstKeyPending ? state.ItemStart : m_firstKeyTime; // no key: no time
+        state.ItemEnd = FirstKeyTimeOr(state.ItemStart);
     state.AddInsert(item.VariableName, cleaned);
     WriteAnswerFile(cleaned + QLatin1Char('~'));
     m_timer1.reset();

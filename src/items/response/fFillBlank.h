@@ -3,7 +3,7 @@
 // between the blanks. A numeric range, when the item has one, is checked at Continue.
 #pragma once
 
-#include "engine/item_frame.h"
+#include "items/response/typing_form.h"
 
 #include <array>
 #include <memory>
@@ -15,7 +15,7 @@ namespace corvane {
 class LimitedTextBox;
 class RunTimer;
 
-class fFillBlank : public ItemForm {
+class fFillBlank : public TypingForm {
     Q_OBJECT
 public:
     explicit fFillBlank(RunContext& run);
@@ -25,7 +25,6 @@ protected:
     void ToolClick(const QString& key) override;
     bool ItemKey(QKeyEvent* event, qint32 eventTime) override;
     bool KeysNavigate() const override { return false; }
-    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     static constexpr int kBoxes = 24;
@@ -50,10 +49,6 @@ private:
     std::array<QLineEdit*, kBoxes + 1> Box{};
     int m_boxCount = 0;
     bool m_rangeTest = false;
-    bool m_firstKeyPending = true;
-    qint32 m_firstKeyTime = 0;
-    qint32 m_inputTime = 0;
-    QObject* m_keyTarget = nullptr;
     std::unique_ptr<RunTimer> m_timer1;
 };
 
