@@ -22,6 +22,9 @@ QStringList InputValues(const QString& line) {
     QStringList values;
     for (const QString& raw : line.split(QLatin1Char(',')))
         values << InputValue(raw);
+    // A comma at the end of a line and the line's end are one delimiter, not two.
+    if (values.size() > 1 && line.trimmed().endsWith(QLatin1Char(',')))
+        values.removeLast();
     return values;
 }
 

@@ -31,8 +31,8 @@ OpenedPort OpenSystemPort(quint16 address) {
 }
 
 PortRouter::PortRouter(Report report, LoggingPort::Sink log, std::function<qint32()> now, Open open)
-    : m_report(std::move(report)), m_logging(log, std::move(now)), m_log(std::move(log)),
-      m_open(std::move(open)) {}
+    : m_report(std::move(report)), m_logging(log, now), m_log(std::move(log)),
+      m_now(std::move(now)), m_open(std::move(open)) {}
 
 PortRouter::~PortRouter() = default;
 
@@ -71,8 +71,13 @@ void PortRouter::Lost(quint16 address) {
 
 bool PortRouter::Outp(quint16 address, quint8 value) {
     PortIO& port = PortOf(address);
-    if (port.Outp(address, value))
+    if (&port == &m_logging)
+        return m_logging.Outp(address, value);
+    if (port.Outp(address, value)) {
+        // Told after the byte has gone, so that the telling doesn't delay it.
+        m_log(PortLogLine(m_now(), address, value) + QStringLiteral(" to ") + m_names[address]);
         return true;
+    }
     // The byte is not lost from the record: the log keeps it.
     Lost(address);
     return m_logging.Outp(address, value);

@@ -2,7 +2,7 @@
 // trigger box that a setting names, else the parallel port of a usual address where the machine
 // has one), else to a port that only logs. A device that can't be opened, or that stops taking
 // bytes in the middle of a run, is reported once and its address is logged from then on: the
-// run goes on.
+// run goes on. Every byte is logged with its run-clock time, the device that took it named.
 #pragma once
 
 #include "devices/port_io.h"
@@ -42,6 +42,7 @@ private:
     Report m_report;
     LoggingPort m_logging;
     LoggingPort::Sink m_log;
+    std::function<qint32()> m_now;
     Open m_open;
     std::map<quint16, std::unique_ptr<PortIO>> m_devices; // null: the address is logged
     std::map<quint16, QString> m_names;

@@ -3,6 +3,9 @@
 #include "state/settings_store.h"
 
 #include <QSerialPort>
+#include <cerrno>
+#include <cstring>
+#include <unistd.h>
 
 namespace corvane {
 
@@ -28,12 +31,11 @@ bool TriggerBox::Outp(quint16, quint8 value) {
     if (!m_port->isOpen())
         return false;
     const char byte = char(value);
-    // Written through at once: a byte left in a buffer until the event loop turns would make
-    // the pulse late.
-    if (m_port->write(&byte, 1) != 1 || !m_port->flush() ||
-        m_port->error() != QSerialPort::NoError) {
-        m_error = m_device + QStringLiteral(" refused a write (") + m_port->errorString() +
-                  QLatin1Char(')');
+    // Straight to the line, past the port's buffer: a byte kept there until the event loop
+    // turns would make the pulse late.
+    if (::write(int(m_port->handle()), &byte, 1) != 1) {
+        m_error = m_device + QStringLiteral(" refused a write (") +
+                  QString::fromLocal8Bit(std::strerror(errno)) + QLatin1Char(')');
         m_port->close();
         return false;
     }

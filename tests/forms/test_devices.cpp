@@ -13,6 +13,7 @@
 #include <QTemporaryDir>
 #include <QtTest>
 #include <linux/ppdev.h>
+#include <sys/ioctl.h>
 
 using namespace corvane;
 using namespace corvane::test;
@@ -240,10 +241,11 @@ private slots:
         QVERIFY(box);
         QCOMPARE(box->Writes(), (std::vector<Write>{{0, 632, 3}}));
         QVERIFY(reports.isEmpty());
-        QCOMPARE(log.size(), 3); // the note once, then one line a byte
+        QCOMPARE(log.size(), 4); // the note once, then one line a byte
         QVERIFY(log[0].contains("only logged"));
         QCOMPARE(log[1], "port 888 <- 1 at 0 ms");
         QCOMPARE(log[2], "port 1000 <- 2 at 0 ms");
+        QCOMPARE(log[3], "port 632 <- 3 at 0 ms to the box");
 
         router.Outp(956, 4);
         QCOMPARE(reports.size(), 1);
