@@ -669,7 +669,8 @@ void fBlue::StartTool(const QString& relativePath, const QString& what) {
 
 void fBlue::ShowPixels(fPixels::Topic topic) {
     auto* screen = new fPixels(m_preferences, topic);
-    screen->show();
+    // As the run's forms do, it covers the whole screen.
+    screen->showFullScreen();
     screen->raise();
     screen->activateWindow();
 }
