@@ -7,10 +7,30 @@
 #include "state/message_boxes.h"
 #include "state/run_state.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QTextStream>
+#include <time.h>
 
 namespace corvane {
+
+namespace {
+
+qint64 MonotonicNs() {
+    timespec ts{};
+    clock_gettime(CLOCK_MONOTONIC, &ts);
+    return qint64(ts.tv_sec) * 1000000000 + ts.tv_nsec;
+}
+
+void WriteLog(QStringList& lines) {
+    QTextStream err(stderr);
+    for (const QString& line : std::as_const(lines))
+        err << line << '\n';
+    err.flush();
+    lines.clear();
+}
+
+} // namespace
 
 ProgramDevices::ProgramDevices(RunState& state, std::unique_ptr<PortIO> ports,
                                std::function<void(const QString&)> report,
@@ -18,14 +38,20 @@ ProgramDevices::ProgramDevices(RunState& state, std::unique_ptr<PortIO> ports,
     : m_state(state), m_ports(std::move(ports)), m_report(std::move(report)),
       m_currentForm(std::move(currentForm)) {}
 
-ProgramDevices::~ProgramDevices() = default;
+ProgramDevices::~ProgramDevices() {
+    // The pulse in progress is left as it stands, and what is still to be told is told.
+    m_ttl.reset();
+    if (AtEnd)
+        AtEnd();
+}
 
-std::function<void(qint32)>& ProgramDevices::PulseWritten() {
-    static std::function<void(qint32)> observer;
+std::function<void(qint32, qint64)>& ProgramDevices::PulseWritten() {
+    static std::function<void(qint32, qint64)> observer;
     return observer;
 }
 
 void ProgramDevices::ItemOnScreen(const QString& ttlCode, qint32 shownAt) {
+    const qint64 askedNs = PulseWritten() ? MonotonicNs() : 0;
     QString problem;
     auto code = ReadTTLCode(ttlCode, problem);
     if (!code) {
@@ -44,7 +70,7 @@ void ProgramDevices::ItemOnScreen(const QString& ttlCode, qint32 shownAt) {
     }
     m_ttl->SendTTL(code->port, code->value, code->duration);
     if (PulseWritten())
-        PulseWritten()(shownAt);
+        PulseWritten()(shownAt, askedNs);
 }
 
 void ProgramDevices::RunScreenOpened(const QString& experimentFolder) {
@@ -65,14 +91,22 @@ std::unique_ptr<RunDevices> MakeProgramDevices(RunState& state,
     auto report = [&state](const QString& text) {
         state.Boxes().Show(MessageBox{DefaultBoxTitle(), text, BoxIcon::Information});
     };
-    auto log = [](const QString& line) {
-        QTextStream err(stderr);
-        err << line << Qt::endl;
+    // The lines go out when the event loop turns, never between a pulse's byte and the rest of
+    // the item's start; those still waiting when the devices go are written then.
+    auto pending = std::make_shared<QStringList>();
+    auto log = [pending](const QString& line) {
+        if (pending->isEmpty())
+            QMetaObject::invokeMethod(
+                QCoreApplication::instance(), [pending] { WriteLog(*pending); },
+                Qt::QueuedConnection);
+        pending->append(line);
     };
     auto ports =
         std::make_unique<PortRouter>(report, log, [&state] { return state.Clock().Now(); });
-    return std::make_unique<ProgramDevices>(state, std::move(ports), report,
-                                            std::move(currentForm));
+    auto devices =
+        std::make_unique<ProgramDevices>(state, std::move(ports), report, std::move(currentForm));
+    devices->AtEnd = [pending] { WriteLog(*pending); };
+    return devices;
 }
 
 } // namespace corvane

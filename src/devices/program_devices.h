@@ -23,8 +23,11 @@ public:
     void RunScreenOpened(const QString& experimentFolder) override;
 
     fComPort* ComPort() const { return m_comPort.get(); }
-    /// For measurements: called after each pulse's first write with the item's start.
-    static std::function<void(qint32 shownAt)>& PulseWritten();
+    /// Called as the devices go.
+    std::function<void()> AtEnd;
+    /// For measurements: called after each pulse's first write with the item's start and the
+    /// monotonic time in ns at which the pulse was asked for.
+    static std::function<void(qint32 shownAt, qint64 askedNs)>& PulseWritten();
 
 private:
     RunState& m_state;
