@@ -21,6 +21,24 @@ QColor ColourOf(quint32 colour) {
     return QColor(QRgb(ColourToRgb(colour)) | 0xff000000u);
 }
 
+// The picture box: faint lines under the marks, so that a place between them can be read off.
+class MarkedArea : public QWidget {
+public:
+    explicit MarkedArea(QWidget* parent) : QWidget(parent) {}
+
+protected:
+    void paintEvent(QPaintEvent*) override {
+        QPainter painter(this);
+        QColor line = palette().color(QPalette::WindowText);
+        line.setAlpha(50);
+        painter.setPen(QPen(line, 1, Qt::DotLine));
+        for (int x = fPixels::kStep; x < width(); x += fPixels::kStep)
+            painter.drawLine(x, 0, x, height());
+        for (int y = fPixels::kStep; y < height(); y += fPixels::kStep)
+            painter.drawLine(0, y, width(), y);
+    }
+};
+
 } // namespace
 
 QPixmap SamplePicture(QSize size) {
@@ -48,7 +66,7 @@ fPixels::fPixels(const Preferences& look, Topic topic) : m_topic(topic) {
     setWindowTitle(topic == Topic::Location ? QStringLiteral("Setting Location Points")
                                             : QStringLiteral(" Sizing Movies and Images"));
     setAttribute(Qt::WA_DeleteOnClose);
-    Picture1 = new QWidget(this);
+    Picture1 = new MarkedArea(this);
     Picture1->setObjectName(QStringLiteral("Picture1"));
     Picture1->setAutoFillBackground(true);
     Image1 = new QLabel(Picture1);
@@ -78,6 +96,7 @@ void fPixels::Form_Load(const Preferences& look) {
     Picture1->setGeometry(0, 0, area.width(), area.height());
     QPalette back = Picture1->palette();
     back.setColor(QPalette::Window, ColourOf(look.BackColors[1]));
+    back.setColor(QPalette::WindowText, ColourOf(look.ForeColors[1]));
     Picture1->setPalette(back);
 
     const PreferenceFont& style = look.Fonts[1];
