@@ -285,6 +285,21 @@ private slots:
         QVERIFY(!missing.Outp(888, 1));
     }
 
+    // The box goes in the middle of a run: the write fails and says why, nothing hangs.
+    void aTriggerBoxThatGoesRefusesWrites() {
+        auto pty = std::make_unique<PtyPair>();
+        if (!pty->Ready())
+            QSKIP(qPrintable(pty->Why()));
+        TriggerBox box(pty->ProgramEnd(), 115200);
+        QVERIFY2(box.IsOpen(), qPrintable(box.Error()));
+        QVERIFY(box.Outp(888, 1));
+        const QString device = pty->ProgramEnd();
+        pty.reset(); // socat ends: its pseudo-terminals go
+        QTRY_VERIFY_WITH_TIMEOUT(!box.Outp(888, 0), 5000);
+        QVERIFY2(box.Error().startsWith(device + " refused a write"), qPrintable(box.Error()));
+        QVERIFY(!box.IsOpen());
+    }
+
     void comPortFileIsRead_data() {
         QTest::addColumn<QByteArray>("text");
         QTest::addColumn<QString>("port");
