@@ -310,7 +310,14 @@ qint32 ItemForm::DrawAndRead(QWidget* control) {
     const qint32 before = m_run.state.Clock().Now();
     control->repaint();
     const std::optional<qint32> shown = WaitForScreen();
-    return ScreenMoment(shown, before, m_run.state.Clock().Now());
+    const qint32 moment = ScreenMoment(shown, before, m_run.state.Clock().Now());
+    // The item's pulse goes out now that its wording is on the screen, not when it was made.
+    if (!m_onScreenTold && m_run.state.CurrentQuestion > 0 && m_run.itemOnScreen) {
+        m_onScreenTold = true;
+        if (!Item().TTLCode.isEmpty())
+            m_run.itemOnScreen(Item().TTLCode, moment);
+    }
+    return moment;
 }
 
 qint32 ItemForm::EventTime(const QInputEvent* event) const {

@@ -43,6 +43,9 @@ struct RunContext {
     std::function<void()> playClick{};
     /// The machine code, preference file, date and time that records written now carry.
     std::function<DataOutputSettings()> outputSettings{};
+    /// Told once per item form, as the item's wording reaches the screen: its port code and
+    /// the moment (`ItemStart`).
+    std::function<void(const QString& ttlCode, qint32 shownAt)> itemOnScreen{};
     TextStyle question{};
     TextStyle response{};
     bool keyNavigation = true;
@@ -139,6 +142,7 @@ private:
     double m_scaleX = 1;
     double m_scaleY = 1;
     bool m_unloaded = false;
+    bool m_onScreenTold = false;
     int m_htmlBoxes = 0;
 };
 

@@ -7,6 +7,7 @@
 #include "engine/fPassword.h"
 #include "engine/media_output.h"
 #include "engine/presenter_registry.h"
+#include "engine/run_devices.h"
 #include "engine/word_processor.h"
 #include "output/data_by_questionnaire.h"
 #include "output/data_by_variable.h"
@@ -38,7 +39,15 @@ RunSession::RunSession(RunState& state, Preferences& preferences, QObject* paren
         m_media->PlayClick(ProgramFolder::FilePath(QStringLiteral("utilities/sounds/click.wav")));
     };
     m_context.outputSettings = [this] { return OutputSettings(); };
+    m_devices = MakeProgramDevices(state, [this] { return CurrentForm(); });
+    m_context.itemOnScreen = [this](const QString& code, qint32 shownAt) {
+        m_devices->ItemOnScreen(code, shownAt);
+    };
     TakeLook();
+}
+
+void RunSession::SetDevices(std::unique_ptr<RunDevices> devices) {
+    m_devices = std::move(devices);
 }
 
 void RunSession::TakeLook() {
@@ -142,6 +151,7 @@ void RunSession::ShowRunScreen() {
         m_backdrop->showFullScreen();
     m_backdrop->activateWindow();
     m_backdrop->setFocus();
+    m_devices->RunScreenOpened(m_state.ExperimentFolder);
 }
 
 void RunSession::UnloadTimerForm() {

@@ -20,6 +20,7 @@ class fTimer;
 struct DataOutputSettings;
 class RunJournal;
 class PresenterRegistry;
+class RunDevices;
 
 class RunSession : public QObject, public RunHost {
     Q_OBJECT
@@ -44,6 +45,9 @@ public:
     void SetCharsetOverride(int charset) { m_context.charsetOverride = charset; }
     /// Takes the forms from another registry than the program's.
     void SetPresenters(const PresenterRegistry& presenters) { m_presenters = &presenters; }
+    /// Takes other devices than the program's.
+    void SetDevices(std::unique_ptr<RunDevices> devices);
+    RunDevices& Devices() const { return *m_devices; }
 
     // The program's side of the walk.
     void LoadPreferences(const QString& quickStyle) override;
@@ -102,6 +106,7 @@ private:
     bool m_recordMissing = false;
     /// The journal of the run under way, which keeps its responses on the disk as they come.
     std::unique_ptr<RunJournal> m_journal;
+    std::unique_ptr<RunDevices> m_devices;
 };
 
 } // namespace corvane

@@ -200,9 +200,9 @@ void fBlue::BuildMenus() {
     item(mHelp, QStringLiteral("mAboutCorvane"), QStringLiteral("&About Corvane"),
          &fBlue::mAboutCorvane_Click);
     item(mHelp, QStringLiteral("mShowLoc"), QStringLiteral("Show &Location Points"),
-         [this] { NotAvailable(QStringLiteral("Setting Location Points")); });
+         [this] { ShowPixels(fPixels::Topic::Location); });
     item(mHelp, QStringLiteral("mSizing"), QStringLiteral("&Sizing Movies and Images"),
-         [this] { NotAvailable(QStringLiteral("Sizing Movies and Images")); });
+         [this] { ShowPixels(fPixels::Topic::Sizing); });
 }
 
 void fBlue::BuildStatusBar() {
@@ -665,6 +665,14 @@ void fBlue::StartTool(const QString& relativePath, const QString& what) {
                     QStringLiteral("' is not installed."));
     if (!m_desktop.StartProgram(program, {}, info.absolutePath()))
         Tell(QStringLiteral("'") + program + QStringLiteral("' could not be started."));
+}
+
+void fBlue::ShowPixels(fPixels::Topic topic) {
+    auto* screen = new fPixels(m_preferences, topic);
+    // As the run's forms do, it covers the whole screen.
+    screen->showFullScreen();
+    screen->raise();
+    screen->activateWindow();
 }
 
 } // namespace corvane

@@ -3,6 +3,8 @@
 // chooses preferences and reaches the help and the tools around the program.
 #pragma once
 
+#include "devices/fPixels.h"
+
 #include <QMainWindow>
 #include <array>
 #include <functional>
@@ -104,6 +106,8 @@ private:
 
     void Tell(const QString& text);
     void NotAvailable(const QString& what);
+    /// Opens the help screen of the picture parameters on that topic.
+    void ShowPixels(fPixels::Topic topic);
     void StartTool(const QString& relativePath, const QString& what);
     void SetPanel(int panel, const QString& text);
 

@@ -20,8 +20,11 @@
 #include <QLineEdit>
 #include <QMenu>
 #include <QMenuBar>
+#include <QPointer>
 #include <QProcess>
+#include <QPushButton>
 #include <QRegularExpression>
+#include <QScreen>
 #include <QSettings>
 #include <QSignalSpy>
 #include <QStatusBar>
@@ -371,17 +374,66 @@ private slots:
 
     void toolsThatAreMissingSaySo() {
         Start();
-        Action("mShowLoc")->trigger();
-        Action("mSizing")->trigger();
         Action("mMergeData")->trigger();
         Action("mnuCVXEdit")->trigger();
-        QCOMPARE(m_boxes.size(), 4);
-        QCOMPARE(m_boxes[0].text, QString("Setting Location Points is not available in this "
-                                          "version of Corvane yet."));
-        QCOMPARE(m_boxes[1].text, QString("Sizing Movies and Images is not available in this "
-                                          "version of Corvane yet."));
-        QVERIFY(m_boxes[2].text.contains("utilities/filemerge/filemerge"));
+        QCOMPARE(m_boxes.size(), 2);
+        QVERIFY(m_boxes[0].text.contains("utilities/filemerge/filemerge"));
         QVERIFY(m_desktop.started.isEmpty());
+    }
+
+    // The help screens of the picture parameters: over the run's whole screen, marks every 100
+    // pixels in the look of the preferences, the sample at l200 t100, gone by Ok.
+    void theLocationAndSizingScreensOpen_data() {
+        QTest::addColumn<QString>("action");
+        QTest::addColumn<QString>("form");
+        QTest::addColumn<QString>("title");
+        QTest::addColumn<QSize>("sample");
+        QTest::newRow("location") << "mShowLoc"
+                                  << "fPixels"
+                                  << "Setting Location Points" << QSize(240, 160);
+        QTest::newRow("sizing") << "mSizing"
+                                << "fPixels2"
+                                << " Sizing Movies and Images" << QSize(400, 300);
+    }
+    void theLocationAndSizingScreensOpen() {
+        QFETCH(QString, action);
+        QFETCH(QString, form);
+        Start();
+        // The look in force when the screen opens, as a preference file of large type gives it.
+        m_preferences->Fonts[1] = PreferenceFont{"DejaVu Serif", 24, true, true};
+        m_preferences->ForeColors[1] = 255; // red
+        Action(action)->trigger();
+        QWidget* screen = nullptr;
+        for (QWidget* top : QApplication::topLevelWidgets()) {
+            if (top->objectName() == form && top->isVisible())
+                screen = top;
+        }
+        QVERIFY(screen);
+        QTEST(screen->windowTitle(), "title");
+        QCOMPARE(screen->size(), QGuiApplication::primaryScreen()->geometry().size());
+        for (int n = 1; n <= 15; ++n) {
+            auto* top = screen->findChild<QLabel*>(QString("lTop(%1)").arg(n));
+            auto* left = screen->findChild<QLabel*>(QString("lLeft(%1)").arg(n));
+            QVERIFY(top && left);
+            QCOMPARE(top->text(), QString::number(n * 100));
+            QCOMPARE(top->pos(), QPoint(n * 100, 0));
+            QCOMPARE(left->pos(), QPoint(0, n * 100));
+            QCOMPARE(top->font().family(), QString("DejaVu Serif"));
+            QCOMPARE(top->font().pointSizeF(), 24.0);
+            QVERIFY(top->font().bold() && top->font().italic());
+            QCOMPARE(left->palette().color(QPalette::WindowText), QColor(255, 0, 0));
+        }
+        auto* image = screen->findChild<QLabel*>("Image1");
+        QVERIFY(image);
+        QFETCH(QSize, sample);
+        QCOMPARE(image->geometry(), QRect(QPoint(200, 100), sample));
+        auto* ok = screen->findChild<QPushButton*>("Command1");
+        QVERIFY(ok);
+        QCOMPARE(ok->text(), QString("Ok"));
+        QPointer<QWidget> watched(screen);
+        ok->click();
+        QTRY_VERIFY(watched.isNull());
+        QVERIFY(m_boxes.isEmpty());
     }
 
     void preferenceFilesAreListedAndLoaded() {
