@@ -43,6 +43,8 @@ struct RunContext {
     std::function<void()> playClick{};
     /// The machine code, preference file, date and time that records written now carry.
     std::function<DataOutputSettings()> outputSettings{};
+    /// Puts the responses workbook's values into an item's text, while the run has one.
+    std::function<QString(const QString&)> workbookText{};
     TextStyle question{};
     TextStyle response{};
     bool keyNavigation = true;
