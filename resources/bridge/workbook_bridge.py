@@ -128,10 +128,18 @@ class Office:
                 prop("UpdateDocMode", 0))
         document = self.desktop.loadComponentFromURL(uno.systemPathToFileUrl(path), "_blank", 0,
                                                      args)
-        if document is None or not hasattr(document, "getSheets"):
-            if document is not None:
-                document.close(True)
-            raise RuntimeError("it is not a workbook, or it is damaged or protected by a password")
+        if document is None:
+            raise RuntimeError("it is damaged, protected by a password or not a workbook")
+        # A file that no workbook filter can read is taken in as plain text: that is damage.
+        filter_name = ""
+        for arg in document.getArgs():
+            if arg.Name == "FilterName":
+                filter_name = arg.Value
+        if (not document.supportsService("com.sun.star.sheet.SpreadsheetDocument")
+                or any(word in filter_name for word in ("Text", "CSV", "HTML", "csv"))):
+            document.close(True)
+            raise RuntimeError("it is damaged or not a workbook (it could be read only as %s)"
+                               % (filter_name or "something else than a workbook"))
         self.document = document
         self.sheet = document.getCurrentController().getActiveSheet()
 

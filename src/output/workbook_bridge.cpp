@@ -148,19 +148,17 @@ private:
         return otherwise;
     }
 
-    // The user's own profile, kept from run to run so that the start is quick; a fresh one
-    // when another run holds it.
+    // A profile kept from run to run, so that the start is quick; a fresh one when another
+    // run holds it.
     QString ProfileFolder() {
-        if (!m_settings.profileFolder.isEmpty())
-            return m_settings.profileFolder;
-        const QString cache =
-            QDir(QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation))
-                .filePath(QStringLiteral("corvane"));
-        if (QDir().mkpath(cache)) {
-            m_lock = std::make_unique<QLockFile>(cache + QStringLiteral("/workbook-profile.lock"));
-            m_lock->setStaleLockTime(0);
+        QString kept = m_settings.profileFolder;
+        if (kept.isEmpty())
+            kept = QDir(QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation))
+                       .filePath(QStringLiteral("corvane/workbook-profile"));
+        if (QDir().mkpath(QFileInfo(kept).absolutePath())) {
+            m_lock = std::make_unique<QLockFile>(kept + QStringLiteral(".lock"));
             if (m_lock->tryLock(0))
-                return cache + QStringLiteral("/workbook-profile");
+                return kept;
             m_lock.reset();
         }
         m_freshProfile = std::make_unique<QTemporaryDir>();

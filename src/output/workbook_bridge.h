@@ -17,8 +17,8 @@ struct BridgeSettings {
     QString python;
     /// The bridge script.
     QString script;
-    /// The spreadsheet program's private profile; empty for the one in the user's cache folder
-    /// (or a fresh one when another run holds that).
+    /// The spreadsheet program's private profile, kept from run to run; empty for the one in
+    /// the user's cache folder. A fresh one is made when another run holds it.
     QString profileFolder;
     /// The start of the spreadsheet program and the opening of the workbook.
     int startTimeoutMs = 60000;
