@@ -157,6 +157,8 @@ void ItemForm::PrepareForm() {
 
     Question& item = Item();
     item.WordingShown = InsertAnswers(state, item.QuestionWording);
+    if (IsTrue(state.ResponsesWorkbookOn) && m_run.workbookText)
+        item.WordingShown = m_run.workbookText(item.WordingShown);
     ApplyWordingParameters();
     ApplyStyle(lQuestion, m_run.question, false);
     // A label whose text names a page stands for that page.

@@ -46,6 +46,8 @@ struct RunContext {
     /// Told once per item form, as the item's wording reaches the screen: its port code and
     /// the moment (`ItemStart`).
     std::function<void(const QString& ttlCode, qint32 shownAt)> itemOnScreen{};
+    /// Puts the responses workbook's values into an item's text, while the run has one.
+    std::function<QString(const QString&)> workbookText{};
     TextStyle question{};
     TextStyle response{};
     bool keyNavigation = true;

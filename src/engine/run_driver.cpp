@@ -4,6 +4,7 @@
 #include "definitions/questionnaire_reader.h"
 #include "engine/messages.h"
 #include "engine/subject_info.h"
+#include "output/responses_workbook.h"
 #include "state/checked_int.h"
 #include "state/error.h"
 #include "state/helpers.h"
@@ -152,6 +153,7 @@ void RunDriver::StartExperiment() {
         m_host.SetSystemKeysLocked(true);
     m_state.Random().Seed();
     WriteCurrentSubjectInfo(ProgramFolder::Path(), m_state.SubjectID, m_state.ConditionID);
+    m_workbook = IsTrue(m_state.ResponsesWorkbookOn) ? m_host.LoadResponsesWorkbook() : nullptr;
     m_host.ShowRunScreen();
     m_state.ClearInserts();
     LoadMessages(m_state, ProgramFolder::Path());
@@ -304,6 +306,11 @@ bool RunDriver::StepQuestion() {
     QString folder = m_state.ExperimentFolder;
     ChangeToFolder(folder);
     Increment(m_state.QuestionStep);
+    if (IsTrue(m_state.ResponsesWorkbookOn) && m_workbook &&
+        std::size_t(m_state.CurrentQuestion) < m_state.Questions.size())
+        m_workbook->UpdateResponsesXLS(
+            m_state, m_state.Questions[std::size_t(m_state.CurrentQuestion)].VariableName,
+            LastSkipTarget);
     if (m_state.QuestionStep == 1)
         m_state.SkipTarget = QStringLiteral("none"); // a jump never crosses questionnaires
     m_state.ResponseSlot = 1;
@@ -412,6 +419,11 @@ void RunDriver::EndOfRun() {
         m_host.WriteDataByVariable();
         QString folder = m_state.ExperimentFolder;
         ChangeToFolder(folder);
+    }
+    if (IsTrue(m_state.ResponsesWorkbookOn)) {
+        m_workbook = nullptr;
+        m_host.UnloadResponsesWorkbook();
+        m_state.ResponsesWorkbookOn = False;
     }
     if (!m_state.ExitPassword.isEmpty())
         m_host.ShowPasswordForm();

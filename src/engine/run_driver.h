@@ -14,6 +14,7 @@
 namespace corvane {
 
 class RunState;
+class ResponsesWorkbook;
 
 /// What a list entry is, by the last three letters of its file name.
 enum class FileKindClass {
@@ -63,6 +64,10 @@ public:
     virtual void ReturnToLauncher() = 0;
     /// Runs the same experiment again for the next participant.
     virtual void BeginNextSession() = 0;
+    /// Opens the experiment's responses workbook for the run, telling the operator when it is
+    /// off; nullptr then. The host keeps it until `UnloadResponsesWorkbook`.
+    virtual ResponsesWorkbook* LoadResponsesWorkbook() { return nullptr; }
+    virtual void UnloadResponsesWorkbook() {}
 };
 
 class RunDriver {
@@ -108,6 +113,7 @@ private:
     bool m_ended = false;
     std::unique_ptr<RunTimer> m_questionnaireTimer;
     bool m_limitShowing = false;
+    ResponsesWorkbook* m_workbook = nullptr;
 };
 
 } // namespace corvane

@@ -14,6 +14,7 @@
 #include "output/data_output.h"
 #include "output/questionnaire_syntax.h"
 #include "output/run_journal.h"
+#include "output/workbook_bridge.h"
 #include "preferences/load_preferences.h"
 #include "preferences/preferences.h"
 #include "state/helpers.h"
@@ -42,6 +43,9 @@ RunSession::RunSession(RunState& state, Preferences& preferences, QObject* paren
     m_devices = MakeProgramDevices(state, [this] { return CurrentForm(); });
     m_context.itemOnScreen = [this](const QString& code, qint32 shownAt) {
         m_devices->ItemOnScreen(code, shownAt);
+    };
+    m_context.workbookText = [this](const QString& text) {
+        return m_workbook ? m_workbook->ReplaceTextXLS(text) : text;
     };
     TakeLook();
 }
@@ -263,6 +267,20 @@ void RunSession::ReturnToLauncher() {
 
 void RunSession::BeginNextSession() {
     emit NextSessionRequested();
+}
+
+ResponsesWorkbook* RunSession::LoadResponsesWorkbook() {
+    const BridgeSettings settings = m_bridgeSettings ? *m_bridgeSettings : DefaultBridgeSettings();
+    WorkbookOpening opening = OpenResponsesWorkbook(m_state.ExperimentFolder, settings);
+    if (!opening.workbook)
+        m_state.Boxes().Show(
+            MessageBox{m_state.MessageTitle(), WorkbookOffText(opening), BoxIcon::Warning});
+    m_workbook = std::move(opening.workbook);
+    return m_workbook.get();
+}
+
+void RunSession::UnloadResponsesWorkbook() {
+    m_workbook.reset();
 }
 
 } // namespace corvane

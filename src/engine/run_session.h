@@ -5,6 +5,7 @@
 #include "engine/item_frame.h"
 #include "engine/run_driver.h"
 #include "engine/word_processor.h"
+#include "output/workbook_bridge.h"
 
 #include <QObject>
 #include <QPointer>
@@ -65,6 +66,12 @@ public:
     void ReturnToLauncher() override;
     void BeginNextSession() override;
     void LowerBackdrop() override;
+    ResponsesWorkbook* LoadResponsesWorkbook() override;
+    void UnloadResponsesWorkbook() override;
+    /// Starts the workbook's bridge with these settings rather than the installed ones.
+    void SetBridgeSettings(const BridgeSettings& settings) {
+        m_bridgeSettings = std::make_unique<BridgeSettings>(settings);
+    }
 
     /// The item form on the screen, if any.
     QWidget* CurrentForm() const;
@@ -107,6 +114,9 @@ private:
     /// The journal of the run under way, which keeps its responses on the disk as they come.
     std::unique_ptr<RunJournal> m_journal;
     std::unique_ptr<RunDevices> m_devices;
+    /// The run's responses workbook, while it is open.
+    std::unique_ptr<ResponsesWorkbook> m_workbook;
+    std::unique_ptr<BridgeSettings> m_bridgeSettings;
 };
 
 } // namespace corvane

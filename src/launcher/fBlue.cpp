@@ -593,6 +593,12 @@ void fBlue::ShowPreferenceLoad(const PreferenceLoad& load) {
     ShowPreferenceMenu(load.menu);
 }
 
+void fBlue::ShowPreferencesInForce() {
+    SetPanel(4, EditStatusText(m_state.EditMode));
+    m_picture->setVisible(!m_preferences.HideRatsFlag);
+    SetPanel(3, m_preferences.PreferenceFileName);
+}
+
 void fBlue::ShowPreferenceMenu(const PreferenceMenu& menu) {
     for (std::size_t n = 0; n < mnuPref.size(); ++n) {
         const PreferenceMenuEntry& entry = menu.entries[n];

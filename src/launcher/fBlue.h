@@ -47,6 +47,8 @@ public:
 
     /// The preferences dialog on its style page or its first page, when the program has one.
     std::function<void(bool stylePage)> OpenOptions;
+    /// Shows what the settings in force say: the file, the editing state and the picture.
+    void ShowPreferencesInForce();
 
 signals:
     /// The form has been unloaded: the program ends.
