@@ -20,6 +20,7 @@ class fTimer;
 struct DataOutputSettings;
 class RunJournal;
 class PresenterRegistry;
+class KioskLock;
 
 class RunSession : public QObject, public RunHost {
     Q_OBJECT
@@ -87,6 +88,9 @@ private:
     /// Takes the look of the settings in force into the forms' styles.
     void TakeLook();
     DataOutputSettings OutputSettings() const;
+    /// Holds the operator keys, and with the task keys locked the keyboard, for the run window;
+    /// tells the operator what could not be had.
+    void HoldKeyboard();
 
     RunState& m_state;
     Preferences& m_preferences;
@@ -102,6 +106,7 @@ private:
     bool m_recordMissing = false;
     /// The journal of the run under way, which keeps its responses on the disk as they come.
     std::unique_ptr<RunJournal> m_journal;
+    std::unique_ptr<KioskLock> m_kiosk;
 };
 
 } // namespace corvane
