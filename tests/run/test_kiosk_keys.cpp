@@ -186,6 +186,33 @@ private slots:
             QCOMPARE(superSeen, kTries);
         }
 
+        if (locked) {
+            // A second locked run finds the keyboard held by the first and says so at its start;
+            // its script is soon used up, and it ends by itself.
+            QTemporaryDir second;
+            for (const QString& file : demo.entryList(QDir::Files))
+                QVERIFY(QFile::copy(demo.filePath(file), QDir(second.path()).filePath(file)));
+            QDir().mkpath(second.filePath("xdg/corvane/styles"));
+            corvane::WritePreferenceFile(second.filePath("xdg/corvane/styles/default.cvp"),
+                                         preferences);
+            WriteBytes(second.filePath("script.txt"), "wait 500\n");
+            QProcess other;
+            QProcessEnvironment otherEnv = Environment();
+            otherEnv.insert("XDG_DATA_HOME", second.filePath("xdg"));
+            otherEnv.insert("XDG_CONFIG_HOME", second.filePath("config"));
+            other.setProcessEnvironment(otherEnv);
+            other.start(CORVANE_BIN,
+                        {"--run", second.filePath("demo.exp"), "--subject", "other", "--condition",
+                         "1", "--script", second.filePath("script.txt"), "--message-log",
+                         second.filePath("messages.log"), "--timeout", "60"});
+            QVERIFY(other.waitForFinished(90000));
+            QVERIFY2(ReadAll(second.filePath("messages.log"))
+                         .contains("The task keys could not be locked: Corvane can't hold the "
+                                   "keyboard (another program holds it)."),
+                     ReadAll(second.filePath("messages.log")).constData());
+            QCOMPARE(run.state(), QProcess::Running);
+        }
+
         // The operator's key: openbox would change the workspace, Corvane ends the run.
         Xdotool({"windowactivate", "--sync", item});
         Xdotool({"key", "ctrl+alt+Right"});
