@@ -1,6 +1,8 @@
 // corvane: the laboratory program. `corvane` shows the launcher; `corvane FILE.exp` (or
 // FILE.que) opens the experiment for a participant over the launcher, as the desktop does;
-// `corvane --run FILE ...` runs it unattended from a script.
+// `corvane --run FILE ...` runs it unattended from a script; `corvane export` and `corvane merge`
+// work on data folders.
+#include "analysis/data_commands.h"
 #include "engine/unattended_run.h"
 #include "launcher/start_up.h"
 #include "state/helpers.h"
@@ -48,9 +50,10 @@ struct Options {
     QCommandLineOption script{QStringLiteral("script"),
                               QStringLiteral("Input for the run, one action a line."),
                               QStringLiteral("FILE")};
-    QCommandLineOption seed{QStringLiteral("seed"),
-                            QStringLiteral("Seed the random generator once with N, for the whole run."),
-                            QStringLiteral("N")};
+    QCommandLineOption seed{
+        QStringLiteral("seed"),
+        QStringLiteral("Seed the random generator once with N, for the whole run."),
+        QStringLiteral("N")};
     QCommandLineOption virtualClock{
         QStringLiteral("virtual-clock"),
         QStringLiteral("A run clock that moves only by the script's waits.")};
@@ -74,6 +77,11 @@ struct Options {
 } // namespace
 
 int main(int argc, char* argv[]) {
+    // The commands on data folders need no screen.
+    if (argc > 1 && IsDataCommand(QString::fromLocal8Bit(argv[1]))) {
+        QCoreApplication core(argc, argv);
+        return RunDataCommand(QCoreApplication::arguments().mid(1));
+    }
     g_defaultHandler = qInstallMessageHandler(WithoutRuntimeFolderNote);
     const bool noDisplay = UseOffscreenWithoutDisplay();
     QApplication app(argc, argv);

@@ -1,5 +1,6 @@
 #include "engine/fMain.h"
 
+#include <QCloseEvent>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QPushButton>
@@ -41,6 +42,15 @@ void fMain::mousePressEvent(QMouseEvent* event) {
     // A click on the backdrop must never cover an item form.
     lower();
     QWidget::mousePressEvent(event);
+}
+
+void fMain::closeEvent(QCloseEvent* event) {
+    // The window manager's close would end the run's screen with the run still under way.
+    if (event->spontaneous()) {
+        event->ignore();
+        return;
+    }
+    QWidget::closeEvent(event);
 }
 
 } // namespace corvane

@@ -2,6 +2,7 @@
 
 #include "state/text.h"
 
+#include <QCloseEvent>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
@@ -45,6 +46,15 @@ bool fPassword::eventFilter(QObject* watched, QEvent* event) {
         }
     }
     return QDialog::eventFilter(watched, event);
+}
+
+void fPassword::closeEvent(QCloseEvent* event) {
+    // Alt+F4 must not open the lock: only the password or the operator's key do.
+    if (event->spontaneous()) {
+        event->ignore();
+        return;
+    }
+    QDialog::closeEvent(event);
 }
 
 void fPassword::keyPressEvent(QKeyEvent* event) {

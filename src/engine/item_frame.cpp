@@ -15,6 +15,7 @@
 #include "state/text.h"
 
 #include <QApplication>
+#include <QCloseEvent>
 #include <QFile>
 #include <QFontDatabase>
 #include <QKeyEvent>
@@ -361,6 +362,15 @@ void ItemForm::WriteAnswerFile(const QString& line) const {
         m_run.state.Boxes().Show(MessageBox{
             m_run.state.MessageTitle(),
             QStringLiteral("Path ") + name + QStringLiteral(" not found."), BoxIcon::Information});
+}
+
+void ItemForm::closeEvent(QCloseEvent* event) {
+    // Closed from outside, the form would leave the run on its bare backdrop.
+    if (event->spontaneous() && !m_unloaded) {
+        event->ignore();
+        return;
+    }
+    QWidget::closeEvent(event);
 }
 
 void ItemForm::Unload() {

@@ -123,6 +123,8 @@ protected:
     RunContext& Run() const { return m_run; }
 
     bool eventFilter(QObject* watched, QEvent* event) override;
+    /// The window manager's close (Alt+F4) is refused: an item ends only by its own ways.
+    void closeEvent(QCloseEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void showEvent(QShowEvent* event) override;
 

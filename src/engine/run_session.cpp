@@ -5,6 +5,7 @@
 #include "engine/fCodes.h"
 #include "engine/fMain.h"
 #include "engine/fPassword.h"
+#include "engine/kiosk_lock.h"
 #include "engine/media_output.h"
 #include "engine/presenter_registry.h"
 #include "engine/run_devices.h"
@@ -46,6 +47,12 @@ RunSession::RunSession(RunState& state, Preferences& preferences, QObject* paren
     };
     m_context.workbookText = [this](const QString& text) {
         return m_workbook ? m_workbook->ReplaceTextXLS(text) : text;
+    };
+    m_kiosk = std::make_unique<KioskLock>();
+    // An operator key pressed while another program's window had the focus.
+    m_kiosk->OperatorKeys = [this](bool control, bool alt) {
+        if (m_active)
+            m_driver.OperatorKeys(control, alt);
     };
     TakeLook();
 }
@@ -134,12 +141,22 @@ void RunSession::LoadPreferences(const QString& quickStyle) {
 }
 
 void RunSession::SetSystemKeysLocked(bool locked) {
-    if (!m_backdrop)
-        return;
-    if (locked)
-        m_backdrop->grabKeyboard();
-    else
-        m_backdrop->releaseKeyboard();
+    // The lock itself is taken when the run window is on the screen.
+    if (!locked)
+        m_kiosk->Unlock();
+}
+
+void RunSession::HoldKeyboard() {
+    QStringList problems = m_kiosk->HoldOperatorKeys(m_backdrop);
+    // With the keyboard held every key comes here, the operator's included.
+    if (m_state.LockSystemKeys) {
+        const QStringList locking = m_kiosk->Lock(m_backdrop);
+        problems = m_kiosk->Locked() ? locking : problems + locking;
+    }
+    if (!problems.isEmpty())
+        m_state.Boxes().Show(MessageBox{QStringLiteral("Corvane"),
+                                        problems.join(QStringLiteral("\r\n\r\n")),
+                                        BoxIcon::Warning});
 }
 
 void RunSession::ShowRunScreen() {
@@ -156,6 +173,7 @@ void RunSession::ShowRunScreen() {
     m_backdrop->activateWindow();
     m_backdrop->setFocus();
     m_devices->RunScreenOpened(m_state.ExperimentFolder);
+    HoldKeyboard();
 }
 
 void RunSession::UnloadTimerForm() {
@@ -256,10 +274,9 @@ void RunSession::ShowPasswordForm() {
 void RunSession::ReturnToLauncher() {
     m_active = false;
     UnloadTimerForm();
-    if (m_backdrop) {
-        m_backdrop->releaseKeyboard();
+    m_kiosk->ReleaseAll();
+    if (m_backdrop)
         m_backdrop->close();
-    }
     if (m_codes)
         m_codes->close();
     emit RunFinished();

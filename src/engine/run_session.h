@@ -22,6 +22,7 @@ struct DataOutputSettings;
 class RunJournal;
 class PresenterRegistry;
 class RunDevices;
+class KioskLock;
 
 class RunSession : public QObject, public RunHost {
     Q_OBJECT
@@ -98,6 +99,9 @@ private:
     /// Takes the look of the settings in force into the forms' styles.
     void TakeLook();
     DataOutputSettings OutputSettings() const;
+    /// Holds the operator keys, and with the task keys locked the keyboard, for the run window;
+    /// tells the operator what could not be had.
+    void HoldKeyboard();
 
     RunState& m_state;
     Preferences& m_preferences;
@@ -117,6 +121,7 @@ private:
     /// The run's responses workbook, while it is open.
     std::unique_ptr<ResponsesWorkbook> m_workbook;
     std::unique_ptr<BridgeSettings> m_bridgeSettings;
+    std::unique_ptr<KioskLock> m_kiosk;
 };
 
 } // namespace corvane
