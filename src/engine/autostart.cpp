@@ -7,6 +7,7 @@
 #include "state/text.h"
 
 #include <QDir>
+#include <QDirIterator>
 #include <QFile>
 #include <QSaveFile>
 #include <QStringDecoder>
@@ -225,35 +226,65 @@ bool VerifySubjectMatches(const QString& typed, const QString& again) {
     return typed == again;
 }
 
+namespace {
+
+// The data folders whose files Clear Data deletes, as found (made elsewhere, their case may
+// differ), and the folders of journals, which go whole.
+struct DataToClear {
+    QStringList files;
+    QStringList wholeFolders;
+};
+
+DataToClear FindDataToClear(const QString& dataRoot) {
+    DataToClear data;
+    const QDir root(dataRoot);
+    for (const QString& name : {QStringLiteral("data"), QStringLiteral("data/byvariablename"),
+                                QStringLiteral("data/byquestionnaire")}) {
+        const std::optional<QString> found = FindFile(root.filePath(name));
+        if (!found)
+            continue;
+        const QDir folder(*found);
+        for (const QString& file : folder.entryList(QDir::Files | QDir::Hidden | QDir::System))
+            data.files << folder.filePath(file);
+    }
+    // The journals of runs and of recovered runs belong to the data as well.
+    for (const QString& name :
+         {QStringLiteral("data/.journal"), QStringLiteral("data/recovered")}) {
+        const std::optional<QString> found = FindFile(root.filePath(name));
+        if (!found)
+            continue;
+        data.wholeFolders << *found;
+        QDirIterator files(*found, QDir::Files | QDir::Hidden | QDir::System,
+                           QDirIterator::Subdirectories);
+        while (files.hasNext())
+            data.files << files.next();
+    }
+    return data;
+}
+
+} // namespace
+
 QString ClearDataQuestion() {
     return QStringLiteral("Corvane will destroy any existing files in this experiment's 'Data' "
                           "directory.  This is recommended if you have made any changes to the "
                           "experiment or if you are starting the collection of real data.");
 }
 
+QString ClearDataQuestion(const QString& dataRoot) {
+    const int count = int(FindDataToClear(dataRoot).files.size());
+    return ClearDataQuestion() + QStringLiteral("\n\n") +
+           QStringLiteral("%1 file(s) in '%2' will be deleted.")
+               .arg(count)
+               .arg(QDir(dataRoot).filePath(QStringLiteral("data")));
+}
+
 bool ClearDataFiles(const QString& dataRoot) {
+    const DataToClear data = FindDataToClear(dataRoot);
     bool allGone = true;
-    const QDir root(dataRoot);
-    const QStringList folders{QStringLiteral("data"), QStringLiteral("data/byvariablename"),
-                              QStringLiteral("data/byquestionnaire")};
-    for (const QString& name : folders) {
-        // Folders made on another system may differ in case.
-        const std::optional<QString> found = FindFile(root.filePath(name));
-        if (!found)
-            continue;
-        const QDir folder(*found);
-        const QStringList files = folder.entryList(QDir::Files | QDir::Hidden | QDir::System);
-        for (const QString& file : files) {
-            if (!QFile::remove(folder.filePath(file)))
-                allGone = false;
-        }
-    }
-    // The journals of runs and of recovered runs belong to the data as well.
-    for (const QString& name :
-         {QStringLiteral("data/.journal"), QStringLiteral("data/recovered")}) {
-        if (const std::optional<QString> found = FindFile(root.filePath(name)))
-            allGone = QDir(*found).removeRecursively() && allGone;
-    }
+    for (const QString& file : data.files)
+        allGone = QFile::remove(file) && allGone;
+    for (const QString& folder : data.wholeFolders)
+        allGone = QDir(folder).removeRecursively() && allGone;
     return allGone;
 }
 

@@ -18,6 +18,9 @@ bool VerifySubjectMatches(const QString& typed, const QString& again);
 
 /// The question asked, with OK and Cancel, before the old data files are deleted.
 QString ClearDataQuestion();
+/// The same words, then on a line of their own the data folder of `dataRoot` and how many files
+/// will go, so that the operator sees what one click deletes.
+QString ClearDataQuestion(const QString& dataRoot);
 
 /// Deletes the files (not the folders) in the data folder and its by-variable and
 /// by-questionnaire folders below `dataRoot`. A file that won't go is passed over; false then.

@@ -95,8 +95,9 @@ void fCodes::bOK_Click() {
 
 void fCodes::cbData_Click() {
     const BoxAnswer answer =
-        m_state.Boxes().Show(MessageBox{DefaultBoxTitle(), ClearDataQuestion(), BoxIcon::Warning,
-                                        BoxButtons::OkCancel, BoxAnswer::Ok});
+        // Cancel is the default: one Enter must not wipe the data.
+        m_state.Boxes().Show(MessageBox{DefaultBoxTitle(), ClearDataQuestion(m_state.DataRoot),
+                                        BoxIcon::Warning, BoxButtons::OkCancel, BoxAnswer::Cancel});
     if (answer != BoxAnswer::Ok)
         return;
     ClearDataFiles(m_state.DataRoot);

@@ -2,6 +2,7 @@
 
 #include "output/exchange_order.h"
 #include "output/output_common.h"
+#include "output/pspp_syntax.h"
 #include "output/syntax_text.h"
 #include "state/run_state.h"
 #include "state/text.h"
@@ -223,6 +224,8 @@ bool WriteSyntax(RunState& state, const DataOutputSettings& settings,
     if (RewriteFile(spsPath, EncodeForFile(declared.syntax.Text()), &reason) != FileFault::None) {
         ReportWriteFault(state, spsPath, reason, QStringLiteral("the syntax"), false);
         written = false;
+    } else {
+        WritePsppSyntax(state, spsPath, declared.syntax.Text());
     }
     if (csv.IsOpen()) {
         // Here the line end comes right before this run's row.

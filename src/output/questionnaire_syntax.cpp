@@ -2,6 +2,7 @@
 
 #include "output/data_file.h"
 #include "output/output_common.h"
+#include "output/pspp_syntax.h"
 #include "output/syntax_text.h"
 #include "state/run_state.h"
 
@@ -150,6 +151,7 @@ bool Write(RunState& state, const DataOutputSettings& settings) {
         written = false;
         break;
     case FileFault::None:
+        WritePsppSyntax(state, spsPath, declared.syntax.Text());
         break;
     }
     // Its line end also ends the row that the last run left open.

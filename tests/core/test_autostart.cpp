@@ -369,6 +369,9 @@ private slots:
         const QStringList kept{"data/voice/1/a.wav", "data/other/keep.txt", "study.exp"};
         for (const QString& file : gone + kept)
             Write(m_dir->filePath(file), "x");
+        QCOMPARE(ClearDataQuestion(m_dir->path()), ClearDataQuestion() + "\n\n7 file(s) in '" +
+                                                       m_dir->filePath("data") +
+                                                       "' will be deleted.");
         QVERIFY(ClearDataFiles(m_dir->path()));
         for (const QString& file : gone)
             QVERIFY2(!QFileInfo::exists(m_dir->filePath(file)), qPrintable(file));

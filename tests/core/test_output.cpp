@@ -136,15 +136,16 @@ private slots:
         QVERIFY(m_boxes.isEmpty());
         const QString golden = QString(CORVANE_FIXTURES) + "/output/golden/";
         const QStringList files{"byquestionnaire/study.txt", "byquestionnaire/study.csv",
-                                "byquestionnaire/study.sps", "byvariablename/study.txt",
-                                "byvariablename/study.csv",  "byvariablename/study.sps"};
+                                "byquestionnaire/study.sps", "byquestionnaire/study_pspp.sps",
+                                "byvariablename/study.txt",  "byvariablename/study.csv",
+                                "byvariablename/study.sps",  "byvariablename/study_pspp.sps"};
         bool allSame = true;
         for (const QString& file : files)
             allSame = SameAsGolden(golden + file, Path("data/" + file), Root()) && allSame;
         QVERIFY(allSame);
-        // Nothing but the six files (no half-written syntax left beside them).
-        QCOMPARE(QDir(Path("data/byquestionnaire")).entryList(QDir::Files).size(), 3);
-        QCOMPARE(QDir(Path("data/byvariablename")).entryList(QDir::Files).size(), 3);
+        // Nothing but these files (no half-written syntax left beside them).
+        QCOMPARE(QDir(Path("data/byquestionnaire")).entryList(QDir::Files).size(), 4);
+        QCOMPARE(QDir(Path("data/byvariablename")).entryList(QDir::Files).size(), 4);
     }
 
     void aLoadWithoutARunLeavesAnEmptyLine() {
@@ -185,7 +186,7 @@ private slots:
         QVERIFY(m_boxes.isEmpty());
         for (const QString folder : {"byquestionnaire", "byvariablename"}) {
             QStringList expected;
-            for (const QString ending : {".csv", ".sps", ".txt"})
+            for (const QString ending : {".csv", ".sps", ".txt", "_pspp.sps"})
                 expected << base + ending;
             QCOMPARE(QDir(Path("data/" + folder)).entryList(QDir::Files, QDir::Name), expected);
         }

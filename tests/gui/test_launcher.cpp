@@ -510,6 +510,27 @@ private slots:
         QVERIFY(QFileInfo::exists(m_dir->filePath("data/byquestionnaire")));
     }
 
+    // One Enter on the Clear Data box must not wipe the data; the box says what would go.
+    void clearDataNamesTheFolderAndDefaultsToCancel() {
+        const QString exp = Experiment("study.exp");
+        QVERIFY(QDir().mkpath(m_dir->filePath("data")));
+        WriteBytes(m_dir->filePath("data/old.txt"), "x");
+        fBlue& launcher = Start();
+        launcher.OpenFile(exp);
+        fCodes* codes = VisibleSubjectForm();
+        QVERIFY(codes);
+        auto* clear = codes->findChild<QPushButton*>("cbData");
+        QVERIFY(clear);
+        m_boxes.clear();
+        clear->click();
+        QCOMPARE(m_boxes.size(), 1);
+        QCOMPARE(m_boxes[0].defaultAnswer, BoxAnswer::Cancel);
+        QVERIFY2(m_boxes[0].text.endsWith("\n\n1 file(s) in '" + m_dir->filePath("data") +
+                                          "' will be deleted."),
+                 qPrintable(m_boxes[0].text));
+        QVERIFY(QFile::exists(m_dir->filePath("data/old.txt")));
+    }
+
     void nextSessionsOfTheAutostartListKeepTheExperimentsFileNames() {
         const QString exp = Experiment("study.exp");
         WriteBytes(m_dir->filePath("autostart.txt"), "21,1\r\n22,1\r\n");
@@ -531,7 +552,8 @@ private slots:
             2);
         const QDir data(m_dir->filePath("data/byquestionnaire"));
         QCOMPARE(data.entryList(QDir::Files),
-                 QStringList({"question_order.csv", "study.csv", "study.sps", "study.txt"}));
+                 QStringList({"question_order.csv", "study.csv", "study.sps", "study.txt",
+                              "study_pspp.sps"}));
         QCOMPARE(
             FileLines(data.filePath("study.txt")).filter(QRegularExpression("^'2[12]','1'")).size(),
             2);

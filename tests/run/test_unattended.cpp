@@ -188,7 +188,8 @@ private slots:
         QVERIFY(order.contains("\r\n23,a,hh:mm:ss,second.que,empty.que\r\n"));
         // Every session writes to the experiment's own files, one record each.
         QCOMPARE(QDir(Path("data/byquestionnaire")).entryList(QDir::Files),
-                 QStringList({"question_order.csv", "study.csv", "study.sps", "study.txt"}));
+                 QStringList({"question_order.csv", "study.csv", "study.sps", "study.txt",
+                              "study_pspp.sps"}));
         // The text file quotes the subject, the table doesn't.
         const QByteArray text = ReadAll(Path("data/byquestionnaire/study.txt"));
         const QByteArray table = ReadAll(Path("data/byquestionnaire/study.csv"));
