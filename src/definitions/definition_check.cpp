@@ -300,7 +300,8 @@ bool Checker::ReadExperiment() {
         return false;
     }
     ParameterList list;
-    rows.MoveFirst();
+    if (rows.RecordCount() > 0)
+        rows.MoveFirst();
     for (int row = 1; !rows.Eof(); ++row, rows.MoveNext()) {
         ExperimentRow entry;
         entry.row = row;
@@ -326,7 +327,8 @@ bool Checker::ReadExperiment() {
         m_rows.push_back(entry);
     }
     // The cells the reader of the file list reads again, for the checks of their own.
-    rows.MoveFirst();
+    if (rows.RecordCount() > 0)
+        rows.MoveFirst();
     for (const ExperimentRow& entry : m_rows) {
         auto checkCell = [&](const char* column, bool program) {
             CheckFileCell(m_shownExperiment, entry.row, QLatin1String(column),
@@ -408,7 +410,8 @@ void Checker::PlaceLoaderBox(const MessageBox& box, bool failure, const QString&
         if (!place->questionNumber.isEmpty()) {
             if (QuestionnaireInfo* info = FindQuestionnaire(place->file)) {
                 int row = 0;
-                info->rows.MoveFirst();
+                if (info->rows.RecordCount() > 0)
+                    info->rows.MoveFirst();
                 for (int r = 1; !info->rows.Eof() && row == 0; ++r, info->rows.MoveNext())
                     if (CellText(info->rows, QStringLiteral("questionnumber")) ==
                         place->questionNumber)
@@ -473,8 +476,7 @@ void Checker::RunLoader(const QString& condition) {
         if (!placed)
             PlaceLoaderBox(boxes[b], !loaded && b + 1 == boxes.size(), condition);
     }
-    if (!loaded)
-        return;
+    // The reader runs even where the load failed, so that one fault doesn't hide the others.
     for (QuestionnaireInfo& info : m_questionnaires) {
         if (info.path.isEmpty() || !info.items.empty() || info.readerFailed)
             continue;
@@ -486,11 +488,9 @@ void Checker::RunLoader(const QString& condition) {
 }
 
 void Checker::ReadQuestionnaire(RunState& state, QuestionnaireInfo& info) {
-    try {
-        info.rows = ReadQuestionnaireRowsInOrder(info.path);
-    } catch (const CorvaneError&) {
+    if (info.rows.Columns().isEmpty()) {
         info.readerFailed = true;
-        return; // the loader has told of it
+        return; // the loader has told why it can't be read
     }
     state.QuestionnaireFile = info.name;
     try {
@@ -508,7 +508,8 @@ void Checker::ReadQuestionnaire(RunState& state, QuestionnaireInfo& info) {
         else
             AddLoaderFinding({Shown(info.path), 0, QString(), Severity::Error, text});
     }
-    info.rows.MoveFirst();
+    if (info.rows.RecordCount() > 0)
+        info.rows.MoveFirst();
     while (!info.rows.Eof()) {
         const FieldValue& w = info.rows.Field(QStringLiteral("WGR"));
         const FieldValue& b = info.rows.Field(QStringLiteral("BGR"));
@@ -890,6 +891,10 @@ QStringList Checker::EarlierVariables(const QuestionnaireInfo& info) const {
     return names;
 }
 
+bool Moves(const Question& item) {
+    return item.WGR != 0 || item.BGR != 0;
+}
+
 void Checker::CheckQuotedAnswers(const QuestionnaireInfo& info) {
     static const QRegularExpression quoted(QStringLiteral("<([^<>]+)>"));
     const QStringList earlier = EarlierVariables(info);
@@ -901,7 +906,7 @@ void Checker::CheckQuotedAnswers(const QuestionnaireInfo& info) {
             const QString name = it.next().captured(1).toLower();
             bool before = earlier.contains(name);
             for (int j = 1; j < int(info.items.size()) && !before; ++j)
-                before = j != i && (j < i || info.randomised) &&
+                before = j != i && (j < i || (Moves(item) && Moves(info.items[std::size_t(j)]))) &&
                          info.items[std::size_t(j)].VariableName.toLower() == name;
             if (!before)
                 Add(shown, i, QStringLiteral("QuestionWording"), Severity::Warning,
@@ -937,7 +942,8 @@ void Checker::CheckOmitConditions(const QuestionnaireInfo& info, int i) {
 
 void Checker::CheckQuestionnaire(const QuestionnaireInfo& info) {
     const QString shown = Shown(info.path);
-    info.rows.MoveFirst();
+    if (info.rows.RecordCount() > 0)
+        info.rows.MoveFirst();
     for (int i = 1; !info.rows.Eof(); ++i, info.rows.MoveNext()) {
         const QString written = CellText(info.rows, QStringLiteral("QuestionType"));
         const QString type = Normalised(written);
@@ -1034,6 +1040,14 @@ CheckReport Checker::Run(const QString& path) {
     CheckExperimentRows();
     if (!m_singleQuestionnaire)
         CheckConditions();
+    for (QuestionnaireInfo& info : m_questionnaires) {
+        try {
+            if (!info.path.isEmpty())
+                info.rows = ReadQuestionnaireRowsInOrder(info.path);
+        } catch (const CorvaneError&) {
+            // The loader tells why, in its own words.
+        }
+    }
     for (const QString& condition : m_conditions)
         RunLoader(condition);
     for (const QuestionnaireInfo& info : m_questionnaires) {
