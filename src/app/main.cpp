@@ -1,6 +1,7 @@
 // corvane: the laboratory program. `corvane` shows the launcher; `corvane FILE.exp` (or
 // FILE.que) opens the experiment for a participant over the launcher, as the desktop does;
 // `corvane --run FILE ...` runs it unattended from a script.
+#include "engine/simulation.h"
 #include "engine/unattended_run.h"
 #include "launcher/start_up.h"
 #include "state/helpers.h"
@@ -48,9 +49,10 @@ struct Options {
     QCommandLineOption script{QStringLiteral("script"),
                               QStringLiteral("Input for the run, one action a line."),
                               QStringLiteral("FILE")};
-    QCommandLineOption seed{QStringLiteral("seed"),
-                            QStringLiteral("Seed the random generator once with N, for the whole run."),
-                            QStringLiteral("N")};
+    QCommandLineOption seed{
+        QStringLiteral("seed"),
+        QStringLiteral("Seed the random generator once with N, for the whole run."),
+        QStringLiteral("N")};
     QCommandLineOption virtualClock{
         QStringLiteral("virtual-clock"),
         QStringLiteral("A run clock that moves only by the script's waits.")};
@@ -75,8 +77,16 @@ struct Options {
 
 int main(int argc, char* argv[]) {
     g_defaultHandler = qInstallMessageHandler(WithoutRuntimeFolderNote);
+    // Simulated participants need no screen: `corvane simulate EXPERIMENT ...`.
+    const bool simulate = argc > 1 && qstrcmp(argv[1], "simulate") == 0;
+    if (simulate)
+        qputenv("QT_QPA_PLATFORM", "offscreen");
     const bool noDisplay = UseOffscreenWithoutDisplay();
     QApplication app(argc, argv);
+    if (simulate) {
+        QApplication::setApplicationName(QStringLiteral("Corvane"));
+        return RunSimulateCommand(QApplication::arguments().mid(2));
+    }
     QApplication::setApplicationName(QStringLiteral("Corvane"));
     QApplication::setApplicationVersion(QStringLiteral(CORVANE_VERSION));
     QApplication::setQuitOnLastWindowClosed(false);
