@@ -109,10 +109,12 @@ public:
                               QString::number(state.QuestionStep) + QLatin1Char('#') +
                               QString::number(state.CurrentQuestion);
         if (place != m_place) {
-            if (m_waitedOut) {
-                m_tally.questionnaires[m_timedOutQuestionnaire].timeLimits[m_timedOutItem] += 1;
-                m_waitedOut = false;
-            }
+            // The item before ended while the participant still waited: its limit fired.
+            if (m_limit > 0 && m_waitedMs > m_limit)
+                m_tally.questionnaires[m_lastQuestionnaire].timeLimits[m_lastVariable] += 1;
+            m_waitedOut = false;
+            m_waitedMs = 0;
+            m_limit = item.Duration;
             Arrived(state, questionnaire, item);
             m_place = place;
             m_attempts = 0;
@@ -136,11 +138,12 @@ public:
         }
         if (m_attempts == 0 && item.Duration > 0 && Chance(kTimeLimitShare)) {
             m_waitedOut = true;
-            m_timedOutQuestionnaire = questionnaire;
-            m_timedOutItem = item.VariableName;
+            m_waitedMs += item.Duration + 500;
             return Lines({QStringLiteral("wait ") + QString::number(item.Duration + 500)});
         }
-        QStringList lines{QStringLiteral("wait ") + QString::number(ResponseTime())};
+        const int wait = ResponseTime();
+        m_waitedMs += wait;
+        QStringList lines{QStringLiteral("wait ") + QString::number(wait)};
         lines << (*generate)(item, m_random, m_attempts);
         return Lines(lines);
     }
@@ -197,8 +200,8 @@ private:
     int m_attempts = 0;
     int m_emptyLooks = 0;
     bool m_waitedOut = false;
-    QString m_timedOutQuestionnaire;
-    QString m_timedOutItem;
+    qint64 m_waitedMs = 0; // on the item on the screen
+    qint32 m_limit = 0;    // its time limit
     QString m_lastQuestionnaire;
     QString m_lastVariable;
     QHash<QString, int> m_presentations;
