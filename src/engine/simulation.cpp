@@ -141,7 +141,10 @@ public:
             m_waitedMs += item.Duration + 500;
             return Lines({QStringLiteral("wait ") + QString::number(item.Duration + 500)});
         }
-        const int wait = ResponseTime();
+        // A limit fires only when the participant is meant to let it: an answer comes before.
+        const int wait = item.Duration > 0
+                             ? std::min(ResponseTime(), std::max(100, item.Duration - 500))
+                             : ResponseTime();
         m_waitedMs += wait;
         QStringList lines{QStringLiteral("wait ") + QString::number(wait)};
         lines << (*generate)(item, m_random, m_attempts);
@@ -291,10 +294,20 @@ void TallyDataFiles(const QString& dataFolder, SimulationTally& tally) {
         check.checked = run.waitForFinished(60000);
         const QString said = QString::fromUtf8(run.readAllStandardOutput()) +
                              QString::fromUtf8(run.readAllStandardError());
-        for (const QString& line : said.split(QLatin1Char('\n')))
+        // A message goes on over the lines that follow it, indented or not, up to the next.
+        bool inMessage = false;
+        for (const QString& line : said.split(QLatin1Char('\n'))) {
             if (line.contains(QLatin1String(": error:")) ||
-                line.contains(QLatin1String(": warning:")))
+                line.contains(QLatin1String(": warning:"))) {
                 check.problems << line.trimmed();
+                inMessage = true;
+            } else if (inMessage && !line.trimmed().isEmpty() &&
+                       !line.contains(QLatin1String(": note:"))) {
+                check.problems.last() += QLatin1Char(' ') + line.trimmed();
+            } else {
+                inMessage = false;
+            }
+        }
         tally.syntaxFiles.push_back(check);
     }
 }
