@@ -33,6 +33,7 @@ constexpr int kMostPresentations = 50; // of one item to one participant: a loop
 constexpr int kMostAttempts = 3;       // input for one item before it counts as stuck
 constexpr int kMostEmptyLooks = 20;    // looks at a run with no item form before giving up
 constexpr double kTimeLimitShare = 0.15;
+constexpr int kPastTheLimitMs = 1500;
 constexpr double kMedianResponseMs = 1500.0;
 constexpr double kResponseSpread = 0.5; // sigma of the log of the response time
 
@@ -138,8 +139,10 @@ public:
         }
         if (m_attempts == 0 && item.Duration > 0 && Chance(kTimeLimitShare)) {
             m_waitedOut = true;
-            m_waitedMs += item.Duration + 500;
-            return Lines({QStringLiteral("wait ") + QString::number(item.Duration + 500)});
+            // The limit is looked at once a second: the wait goes past the look after it.
+            m_waitedMs += item.Duration + kPastTheLimitMs;
+            return Lines(
+                {QStringLiteral("wait ") + QString::number(item.Duration + kPastTheLimitMs)});
         }
         // A limit fires only when the participant is meant to let it: an answer comes before.
         const int wait = item.Duration > 0
