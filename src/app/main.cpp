@@ -1,8 +1,9 @@
 // corvane: the laboratory program. `corvane` shows the launcher; `corvane FILE.exp` (or
 // FILE.que) opens the experiment for a participant over the launcher, as the desktop does;
 // `corvane --run FILE ...` runs it unattended from a script; `corvane export` and `corvane merge`
-// work on data folders.
+// work on data folders; `corvane simulate` runs simulated participants.
 #include "analysis/data_commands.h"
+#include "engine/simulation.h"
 #include "engine/unattended_run.h"
 #include "launcher/start_up.h"
 #include "state/helpers.h"
@@ -83,8 +84,16 @@ int main(int argc, char* argv[]) {
         return RunDataCommand(QCoreApplication::arguments().mid(1));
     }
     g_defaultHandler = qInstallMessageHandler(WithoutRuntimeFolderNote);
+    // Simulated participants need no screen: `corvane simulate EXPERIMENT ...`.
+    const bool simulate = argc > 1 && qstrcmp(argv[1], "simulate") == 0;
+    if (simulate)
+        qputenv("QT_QPA_PLATFORM", "offscreen");
     const bool noDisplay = UseOffscreenWithoutDisplay();
     QApplication app(argc, argv);
+    if (simulate) {
+        QApplication::setApplicationName(QStringLiteral("Corvane"));
+        return RunSimulateCommand(QApplication::arguments().mid(2));
+    }
     QApplication::setApplicationName(QStringLiteral("Corvane"));
     QApplication::setApplicationVersion(QStringLiteral(CORVANE_VERSION));
     QApplication::setQuitOnLastWindowClosed(false);

@@ -108,6 +108,10 @@ RecordSet ReadExperimentRows(const QString& path) {
     return rows;
 }
 
+RecordSet ReadExperimentRowsAsStored(const QString& path) {
+    return ReadTable1(path, DefinitionKind::Experiment);
+}
+
 RecordSet ReadConditionRows(const QString& path, const QString& condition) {
     const QString wanted = Normalised(condition);
     if (wanted.contains(QLatin1Char('\'')))

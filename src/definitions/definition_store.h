@@ -14,6 +14,8 @@ namespace corvane {
 
 /// "Select * from table1 order by file".
 RecordSet ReadExperimentRows(const QString& path);
+/// "Select * from table1": the experiment's rows as stored.
+RecordSet ReadExperimentRowsAsStored(const QString& path);
 /// The rows of one condition, compared trimmed and in lower case, ordered by condition and
 /// position. A quote in the condition is a syntax error, as the condition is part of the query.
 RecordSet ReadConditionRows(const QString& path, const QString& condition);

@@ -23,8 +23,9 @@ struct LoadPosition {
     int index = 0;
 };
 
-void RequireParameter(RunState& state, const QString& variable, const QString& file,
-                      const QString& letter) {
+// Shows the box of a missing parameter; returns what it showed.
+MessageBox RequireParameter(RunState& state, const QString& variable, const QString& file,
+                            const QString& letter) {
     QString text;
     BoxIcon icon = BoxIcon::Warning;
     if (letter == QLatin1String("n")) {
@@ -39,10 +40,12 @@ void RequireParameter(RunState& state, const QString& variable, const QString& f
         text = QStringLiteral("' is missing the required parameter, p.  This parameter indicates "
                               "the number of scale points for the judgment, e.g., (p5)");
     }
-    state.Boxes().Show(MessageBox{state.MessageTitle(),
-                                  QStringLiteral("Variable '") + variable +
-                                      QStringLiteral("' in questionnaire '") + file + text,
-                                  icon});
+    const MessageBox box{state.MessageTitle(),
+                         QStringLiteral("Variable '") + variable +
+                             QStringLiteral("' in questionnaire '") + file + text,
+                         icon};
+    state.Boxes().Show(box);
+    return box;
 }
 
 // First pass: the questionnaires of all conditions, each once, in the order of the file column.
@@ -77,6 +80,29 @@ struct Candidates {
     double maxResponses = 1;
 };
 
+// Findings of the measuring, placed by the row as stored until the rows' order is known.
+struct StoredFinding {
+    int storedRow = 0;
+    DefinitionFinding finding;
+};
+
+// The place of a stored row in question-number order, ties in stored order.
+int PlaceInOrder(const RecordSet& rows, int storedRow) {
+    if (!rows.HasColumn(QStringLiteral("questionnumber")))
+        return storedRow;
+    const auto column = std::size_t(rows.ColumnOf(QStringLiteral("questionnumber")));
+    auto number = [](const FieldValue& cell) { return cell.IsNull() ? 0.0 : cell.ToNumber(); };
+    const auto& all = rows.Rows();
+    const double own = number(all[std::size_t(storedRow - 1)][column]);
+    int place = 1;
+    for (std::size_t j = 0; j < all.size(); ++j) {
+        const double other = number(all[j][column]);
+        if (other < own || (other == own && int(j) < storedRow - 1))
+            ++place;
+    }
+    return place;
+}
+
 void AddThoughtList(RunState& state, const QString& variable, double size) {
     Increment(state.ThoughtListCount);
     state.ThoughtListNames.resize(state.ThoughtListCount + 1);
@@ -100,7 +126,8 @@ void ReadyVoiceFolder(RunState& state, const ExperimentLoadHooks& hooks) {
 }
 
 void MeasureItem(RunState& state, const RecordSet& row, const QString& file, Candidates& candidates,
-                 const ExperimentLoadHooks& hooks, ExperimentNeeds& needs) {
+                 const ExperimentLoadHooks& hooks, ExperimentNeeds& needs,
+                 const std::function<void(const MessageBox&)>& missing) {
     ParameterList& list = state.Parameters;
     const QString variable = row.Field(QStringLiteral("VariableName")).ToText();
     if (row.Field(QStringLiteral("Skip1")).ToText().toLower() == QLatin1String("excel"))
@@ -109,7 +136,7 @@ void MeasureItem(RunState& state, const RecordSet& row, const QString& file, Can
     auto required = [&](const QString& letter) {
         const QString value = GetParameter(row, letter, list);
         if (value.isEmpty())
-            RequireParameter(state, variable, file, letter);
+            missing(RequireParameter(state, variable, file, letter));
         return value;
     };
     if (type == QLatin1String("Word Document")) {
@@ -143,6 +170,16 @@ void MeasureQuestionnaires(RunState& state, LoadPosition& at, const ExperimentLo
         raise(ErrorNumber::NoQuestionnaires);
     for (at.index = 1; at.index <= state.NumQuestionnaires; ++at.index) {
         const QString file = state.QuestionnaireNames.at(at.index);
+        std::vector<StoredFinding> findings;
+        int storedRow = 0;
+        auto missing = [&](const MessageBox& box) {
+            if (hooks.Findings)
+                findings.push_back({storedRow,
+                                    {file, 0, QStringLiteral("Parameters"),
+                                     box.icon == BoxIcon::Critical ? FindingSeverity::Error
+                                                                   : FindingSeverity::Warning,
+                                     box.text}});
+        };
         // The scan reads the rows again, but only these columns: a long questionnaire held in
         // full would cost more memory than its items do.
         RecordSet rows = ReadQuestionnaireRowsKeeping(
@@ -151,8 +188,14 @@ void MeasureQuestionnaires(RunState& state, LoadPosition& at, const ExperimentLo
              QStringLiteral("QuestionType"), QStringLiteral("Parameters"),
              QStringLiteral("WriteData"), QStringLiteral("WriteRT"), QStringLiteral("WriteText")},
             [&](const RecordSet& row) {
-                ReadRow(row, [&] { MeasureItem(state, row, file, candidates, hooks, needs); });
+                ++storedRow;
+                ReadRow(row,
+                        [&] { MeasureItem(state, row, file, candidates, hooks, needs, missing); });
             });
+        for (StoredFinding& found : findings) {
+            found.finding.row = PlaceInOrder(rows, found.storedRow);
+            hooks.Findings(found.finding);
+        }
         rows.MoveFirst();
         candidates.maxItems = std::max(candidates.maxItems, double(rows.RecordCount()));
         measured.push_back(std::move(rows));
@@ -278,7 +321,7 @@ bool ReadExperimentInfo(RunState& state, const ExperimentLoadHooks& hooks, Exper
         MeasureQuestionnaires(state, at, hooks, needs, measured);
         BuildFileList(state, at);
         if (state.NumQuestionnaires != 0) {
-            ScanVariables(state, &measured);
+            ScanVariables(state, &measured, hooks.Findings);
             if (hooks.WriteQuestionnaireSyntax)
                 hooks.WriteQuestionnaireSyntax();
         }

@@ -3,6 +3,8 @@
 // drawn. A failure is reported in the operator's words and the run doesn't start.
 #pragma once
 
+#include "definitions/definition_finding.h"
+
 #include <functional>
 
 namespace corvane {
@@ -15,6 +17,8 @@ struct ExperimentLoadHooks {
     std::function<void()> InitialiseVoice;
     /// Writes the statistics syntax of the questionnaires once the tables stand.
     std::function<void()> WriteQuestionnaireSyntax;
+    /// Told of each missing parameter and unknown rated list with its place, beside the box.
+    FindingSink Findings;
 };
 
 /// What the experiment will need from outside programs.

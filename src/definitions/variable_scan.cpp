@@ -43,18 +43,21 @@ int FindRatedList(const RunState& state, const QString& list) {
     return 0;
 }
 
-void ReportMissingList(RunState& state, const QString& file, const QString& list) {
-    state.Boxes().Show(MessageBox{
+// Returns the words shown, for a check of the files to repeat.
+QString ReportMissingList(RunState& state, const QString& file, const QString& list) {
+    const MessageBox box{
         state.MessageTitle(),
         QStringLiteral("In questionnaire ") + file + QStringLiteral(", the variable ") + list +
             QStringLiteral(" is identified in a 'thought rating' item.  This variable was not "
                            "found in any of the questionnaires.  This error will cause Corvane "
                            "to stop running when the item is reached."),
-        BoxIcon::Critical});
+        BoxIcon::Critical};
+    state.Boxes().Show(box);
+    return box.text;
 }
 
 // One row: its columns by type. False when the scan has to stop.
-bool ScanItem(RunState& state, const RecordSet& row, int q, int i) {
+bool ScanItem(RunState& state, const RecordSet& row, int q, int i, const FindingSink& findings) {
     const QString name = row.Field(QStringLiteral("VariableName")).ToText();
     const ItemFlags flags = ReadFlags(row);
     SetColumns(state, q, i, 1, name, false, flags);
@@ -82,7 +85,10 @@ bool ScanItem(RunState& state, const RecordSet& row, int q, int i) {
     } else if (type == QLatin1String("Thought Rating")) {
         const int j = FindRatedList(state, rated);
         if (j == 0) {
-            ReportMissingList(state, state.QuestionnaireNames.at(q), rated);
+            const QString& file = state.QuestionnaireNames.at(q);
+            const QString text = ReportMissingList(state, file, rated);
+            if (findings)
+                findings({file, i, QStringLiteral("Parameters"), FindingSeverity::Error, text});
             return false;
         }
         SetColumns(state, q, i, state.ThoughtListSizes[std::size_t(j)], name, true, flags);
@@ -96,7 +102,7 @@ QString SuffixedName(const QString& name, int k) {
     return name + (k < 10 ? QStringLiteral("_0") : QStringLiteral("_")) + QString::number(k);
 }
 
-void ScanVariables(RunState& state, std::vector<RecordSet>* measured) {
+void ScanVariables(RunState& state, std::vector<RecordSet>* measured, const FindingSink& findings) {
     state.Variables.Allocate({state.NumQuestionnaires, state.MaxItems, state.MaxResponses});
     for (int q = 1; q <= state.NumQuestionnaires; ++q) {
         RecordSet rows;
@@ -112,7 +118,7 @@ void ScanVariables(RunState& state, std::vector<RecordSet>* measured) {
         while (!rows.Eof()) {
             Increment(items);
             state.Variables.SetItemCount(q, items);
-            if (!ReadRow(rows, [&] { return ScanItem(state, rows, q, items); }))
+            if (!ReadRow(rows, [&] { return ScanItem(state, rows, q, items, findings); }))
                 return;
             rows.MoveNext();
         }

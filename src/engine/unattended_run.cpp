@@ -218,6 +218,11 @@ private:
             m_entryWaits = false;
         if (m_finished || !(m_session.RunActive() || m_entryWaits))
             return;
+        if (m_next >= m_actions.size() && m_session.RunActive() && m_options.moreInput &&
+            !m_endKeyPressed) {
+            auto more = m_options.moreInput(m_state, m_session);
+            m_actions.insert(m_actions.end(), more.begin(), more.end());
+        }
         if (m_next >= m_actions.size()) {
             if (m_session.RunActive())
                 return PressEndKey();

@@ -2,10 +2,17 @@
 // the participant, for tests, for piloting an experiment, and for checking the program.
 #pragma once
 
+#include "engine/run_script.h"
+
 #include <QString>
+#include <functional>
 #include <optional>
+#include <vector>
 
 namespace corvane {
+
+class RunSession;
+class RunState;
 
 struct UnattendedOptions {
     QString experiment;
@@ -17,6 +24,10 @@ struct UnattendedOptions {
     bool virtualClock = false;
     bool recover = false; // write the records of runs of this experiment that were cut short
     int timeoutSeconds = 0;
+    /// Asked for more input whenever the script is used up while the run lasts (a simulated
+    /// participant answers what is on the screen); nothing more ends the run as a used-up
+    /// script does.
+    std::function<std::vector<ScriptAction>(const RunState&, const RunSession&)> moreInput;
 };
 
 /// Exit statuses of an unattended run.

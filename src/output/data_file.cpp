@@ -181,6 +181,11 @@ void NoteUnconfirmed(const QString& reason) {
 
 } // namespace
 
+DiskSyncCall& FolderSync() {
+    static DiskSyncCall call = ::fsync;
+    return call;
+}
+
 DiskSyncCall& DiskSync() {
     static DiskSyncCall call = ::fdatasync;
     return call;

@@ -75,6 +75,9 @@ private:
 /// failing one in its place: 0, or -1 with errno set.
 using DiskSyncCall = int (*)(int fd);
 DiskSyncCall& DiskSync();
+/// The call that puts a folder's entries on the disk, fsync() unless a throw-away run puts
+/// another in its place.
+DiskSyncCall& FolderSync();
 
 /// Appends of this process whose bytes reached their file but whose flush to the disk failed.
 int UnconfirmedAppends();

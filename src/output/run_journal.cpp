@@ -104,7 +104,7 @@ void SyncFolder(const QString& folder) {
     const int fd = ::open(NativePath(folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (fd < 0)
         return;
-    ::fsync(fd);
+    FolderSync()(fd);
     ::close(fd);
 }
 

@@ -1,6 +1,7 @@
 // corvane-def: makes experiment and questionnaire files from CSV, writes them back as CSV, and
 // shows what a questionnaire reads into.
 #include "definitions/csv.h"
+#include "definitions/definition_check.h"
 #include "definitions/definition_writer.h"
 #include "definitions/questionnaire_listing.h"
 #include "definitions/questionnaire_reader.h"
@@ -130,6 +131,24 @@ int Show(QStringList args) {
     return 0;
 }
 
+int Check(const QStringList& args) {
+    if (args.isEmpty())
+        return Usage(QStringLiteral("check takes one or more experiments or questionnaires"));
+    CheckOptions options;
+    options.FontInstalled = InstalledFontFamilies();
+    CheckReport all;
+    QTextStream out(stdout);
+    for (const QString& path : args) {
+        const CheckReport report = CheckDefinitions(path, options);
+        for (const DefinitionFinding& finding : report.findings)
+            out << FindingLine(finding) << '\n';
+        all.findings.insert(all.findings.end(), report.findings.begin(), report.findings.end());
+        all.files += report.files;
+    }
+    out << "corvane-def check: " << CheckSummaryLine(all) << Qt::endl;
+    return all.ExitStatus();
+}
+
 } // namespace
 
 int main(int argc, char* argv[]) {
@@ -147,5 +166,7 @@ int main(int argc, char* argv[]) {
         return Export(args);
     if (command == QLatin1String("show"))
         return Show(args);
+    if (command == QLatin1String("check"))
+        return Check(args);
     return Usage(QStringLiteral("unknown command '") + command + QLatin1Char('\''));
 }
