@@ -126,6 +126,7 @@ Conversion DocumentCache::Convert(const QString& document, const QString& office
     const QString profile = QDir(m_folder).filePath(QStringLiteral("office-profile"));
     QProcess process;
     StartInGroupOfItsOwn(process);
+    process.setWorkingDirectory(out.path());
     process.setProgram(office);
     process.setArguments(
         {QStringLiteral("-env:UserInstallation=") + QUrl::fromLocalFile(profile).toString(),
