@@ -5,6 +5,7 @@
 #include "state/run_state.h"
 
 #include <QKeyEvent>
+#include <QPainter>
 #include <QPdfDocument>
 #include <QScrollArea>
 #include <QScrollBar>
@@ -86,8 +87,14 @@ void fDocument::Load() {
     OLE1->setGeometry(x, y, width() - x, Bar1->y() - y);
     m_pageWidth = qMin(OLE1->width() - OLE1->verticalScrollBar()->sizeHint().width(),
                        qRound(OLE1->height() * 0.85));
-    // Only in editing mode may the document be scrolled; a participant reads what is shown.
-    OLE1->setEnabled(state.EditMode);
+    // Only in editing mode may the document be scrolled; a participant reads what is shown. The
+    // view takes no input rather than being disabled, which would grey the pages.
+    if (!state.EditMode) {
+        OLE1->setFocusPolicy(Qt::NoFocus);
+        for (QWidget* part : {static_cast<QWidget*>(OLE1), OLE1->viewport(),
+                              static_cast<QWidget*>(OLE1->verticalScrollBar())})
+            part->setAttribute(Qt::WA_TransparentForMouseEvents);
+    }
     DrawNextPage();
 
     state.ItemStart = ShowAndRead();
@@ -110,8 +117,11 @@ bool fDocument::DrawNextPage() {
     const int height = qRound(points.height() * m_pageWidth / qMax(1.0, points.width()));
     auto* page = new QLabel;
     page->setObjectName(QStringLiteral("Page(%1)").arg(m_pagesDrawn + 1));
-    page->setPixmap(
-        QPixmap::fromImage(m_document->render(m_pagesDrawn, QSize(m_pageWidth, height))));
+    // The page on white paper: the PDF's own background is transparent.
+    QImage paper(m_pageWidth, height, QImage::Format_RGB32);
+    paper.fill(Qt::white);
+    QPainter(&paper).drawImage(0, 0, m_document->render(m_pagesDrawn, QSize(m_pageWidth, height)));
+    page->setPixmap(QPixmap::fromImage(paper));
     m_column->addWidget(page);
     ++m_pagesDrawn;
     return true;

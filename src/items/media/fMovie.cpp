@@ -4,21 +4,45 @@
 
 #include <QAudioOutput>
 #include <QMediaPlayer>
+#include <QPainter>
 #include <QUrl>
 #include <QVideoFrame>
 #include <QVideoSink>
-#include <QVideoWidget>
 
 namespace corvane {
 
+class FramePicture : public QWidget {
+public:
+    explicit FramePicture(QWidget* parent) : QWidget(parent) {
+        setAttribute(Qt::WA_OpaquePaintEvent);
+    }
+    void Show(const QImage& frame) {
+        m_frame = frame;
+        update();
+    }
+
+protected:
+    void paintEvent(QPaintEvent*) override {
+        QPainter painter(this);
+        if (m_frame.isNull())
+            painter.fillRect(rect(), Qt::black);
+        else
+            painter.drawImage(rect(), m_frame);
+    }
+
+private:
+    QImage m_frame;
+};
+
 fMovie::fMovie(RunContext& run) : MediaForm(run, QStringLiteral("fMovie")) {
-    EVideo1 = new QVideoWidget(Picture1);
+    EVideo1 = new FramePicture(Picture1);
     EVideo1->setObjectName(QStringLiteral("EVideo1"));
     EVideo1->hide();
+    m_sink = new QVideoSink(this);
     m_player = new QMediaPlayer(this);
     m_audio = new QAudioOutput(this);
     m_player->setAudioOutput(m_audio);
-    m_player->setVideoOutput(EVideo1);
+    m_player->setVideoOutput(m_sink);
 }
 
 void fMovie::Load() {
@@ -51,7 +75,7 @@ void fMovie::Load() {
     setFocus();
 
     const QString path = FoundPath(m_name);
-    connect(EVideo1->videoSink(), &QVideoSink::videoFrameChanged, this, &fMovie::FrameArrived);
+    connect(m_sink, &QVideoSink::videoFrameChanged, this, &fMovie::FrameArrived);
     connect(m_player, &QMediaPlayer::mediaStatusChanged, this,
             [this](QMediaPlayer::MediaStatus status) {
                 if (status == QMediaPlayer::EndOfMedia)
@@ -73,7 +97,10 @@ void fMovie::Load() {
 }
 
 void fMovie::FrameArrived(const QVideoFrame& frame) {
-    if (m_firstFrameShown != 0 || !frame.isValid())
+    if (!frame.isValid())
+        return;
+    EVideo1->Show(frame.toImage());
+    if (m_firstFrameShown != 0)
         return;
     if (m_full) {
         EVideo1->setGeometry(Picture1->rect());

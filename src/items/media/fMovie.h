@@ -7,7 +7,7 @@
 class QAudioOutput;
 class QMediaPlayer;
 class QVideoFrame;
-class QVideoWidget;
+class QVideoSink;
 
 namespace corvane {
 
@@ -30,7 +30,10 @@ private:
     void FrameArrived(const QVideoFrame& frame);
     void Ended();
 
-    QVideoWidget* EVideo1 = nullptr;
+    /// The film's picture: each frame drawn by the form's own painting, so that it looks the
+    /// same on every window system and the first frame's moment is known.
+    class FramePicture* EVideo1 = nullptr;
+    QVideoSink* m_sink = nullptr;
     QMediaPlayer* m_player = nullptr;
     QAudioOutput* m_audio = nullptr;
     QString m_name;
