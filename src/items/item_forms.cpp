@@ -29,6 +29,7 @@ void RegisterProgramForms(PresenterRegistry& forms) {
     forms.Add<fFillBlank>({QStringLiteral("fill-in-the-blank")});
     forms.Add<fEssay>({QStringLiteral("essay")});
     forms.Add<fImage>({QStringLiteral("image file")}, {FileKindClass::Image});
+    forms.AddPreparation(fImage::PrepareImages);
     forms.Add<fSound>({QStringLiteral("sound file")}, {FileKindClass::Sound});
     forms.Add<fMovie>({QStringLiteral("movie")}, {FileKindClass::Movie});
     forms.Add<fDocument>({QStringLiteral("word document"), QStringLiteral("wordperfect doc")},

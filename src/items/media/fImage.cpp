@@ -1,7 +1,12 @@
 #include "items/media/fImage.h"
 
+#include "engine/run_driver.h"
+#include "state/helpers.h"
 #include "state/run_state.h"
+#include "state/text.h"
 
+#include <QFileInfo>
+#include <QHash>
 #include <QImageReader>
 
 namespace corvane {
@@ -11,6 +16,20 @@ namespace {
 // An item's width stays for the images of the list after it, which have none of their own:
 // the one value that the old hand-over kept from one image to the next.
 int s_imageWidth = 0;
+
+constexpr qint64 kMostDecodedBytes = qint64(256) << 20;
+
+// The pictures of the experiment in hand, decoded at its load, by path.
+QHash<QString, QImage>& Decoded() {
+    static QHash<QString, QImage> images;
+    return images;
+}
+
+bool NamesImage(const ExperimentNeeds::NamedFile& named) {
+    if (!named.itemType.isEmpty())
+        return named.itemType.trimmed().toLower() == QLatin1String("image file");
+    return ClassifyFileKind(LastChars(named.file, 3).toLower()) == FileKindClass::Image;
+}
 
 } // namespace
 
@@ -32,6 +51,27 @@ QPoint fImage::Place(int left, int top, bool sized, const QSize& image, const QS
     auto centre = [](double p, double i, double s) { return qRound((p - i / s * p) / 2); };
     return {centre(box.width(), image.width(), screen.width()),
             centre(box.height(), image.height(), screen.height())};
+}
+
+void fImage::PrepareImages(RunContext&, const ExperimentNeeds& needs, const StatusPanel&) {
+    Decoded().clear();
+    qint64 bytes = 0;
+    for (const ExperimentNeeds::NamedFile& named : needs.files) {
+        const auto found = NamesImage(named) ? FindFile(named.file) : std::nullopt;
+        if (!found)
+            continue;
+        const QString path = QFileInfo(*found).absoluteFilePath();
+        if (Decoded().contains(path))
+            continue;
+        QImageReader reader(path);
+        reader.setAutoTransform(true);
+        const QImage image = reader.read();
+        // One that can't be read is told when it is shown.
+        if (image.isNull() || bytes + image.sizeInBytes() > kMostDecodedBytes)
+            continue;
+        bytes += image.sizeInBytes();
+        Decoded().insert(path, image);
+    }
 }
 
 void fImage::Load() {
@@ -64,9 +104,10 @@ void fImage::Load() {
     PrepareBackground();
     PrepareNavigationBar(duration == 0);
 
-    QImageReader reader(FoundPath(name));
+    const QString path = FoundPath(name);
+    QImageReader reader(path);
     reader.setAutoTransform(true);
-    const QImage image = reader.read();
+    const QImage image = Decoded().contains(path) ? Decoded().value(path) : reader.read();
     if (image.isNull()) {
         PassOver(QStringLiteral("The image file '") + name + QStringLiteral("' can not be read (") +
                  reader.errorString() + QStringLiteral(").  This item will be skipped."));

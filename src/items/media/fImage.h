@@ -2,9 +2,12 @@
 // Continue button or a time limit; it stores "ok" and the time the participant took.
 #pragma once
 
+#include "definitions/experiment_loader.h"
 #include "items/media/media_form.h"
 
 namespace corvane {
+
+struct StatusPanel;
 
 class fImage : public MediaForm {
     Q_OBJECT
@@ -18,6 +21,11 @@ public:
     /// centre of the box.
     static QPoint Place(int left, int top, bool sized, const QSize& image, const QSize& box,
                         const QSize& screen);
+
+    /// Decodes, when the experiment is loaded, the pictures it names, so that showing one costs
+    /// no decoding; up to a bound of memory, beyond which pictures are decoded when shown.
+    static void PrepareImages(RunContext& run, const ExperimentNeeds& needs,
+                              const StatusPanel& panel);
 
 private:
     QLabel* Image2 = nullptr;
