@@ -79,6 +79,8 @@ void CollectQuestionnaires(RunState& state, ExperimentNeeds& needs) {
 // The item's file, for the presenters that make theirs ready before the run. A cell that the
 // parameter splitter can't read is left to the questionnaire's reading, which reports it.
 void NoteItemFile(const RecordSet& row, const QString& type, ExperimentNeeds& needs) {
+    if (!row.HasColumn(QStringLiteral("FileName")))
+        return;
     try {
         ParameterList list;
         const QString file =

@@ -9,6 +9,7 @@
 #include "items/media/fImage.h"
 #include "items/media/fMovie.h"
 #include "items/media/fSlideShow.h"
+#include "launcher/desktop.h"
 #include "run_fixture.h"
 
 #include <QLabel>
@@ -365,6 +366,20 @@ private slots:
         QCOMPARE(run.state.CurrentQuestion, qint16(2));
         QTRY_VERIFY_WITH_TIMEOUT(!ProcessAlive(pidFile), 5000);
         QCOMPARE(run.state.Responses().Value(1, 1, 1), "");
+    }
+
+    // The launcher's probe before a run sees a running office program by its process name.
+    void theLaunchersProbeSeesARunningOfficeProgram() {
+        QTemporaryDir dir;
+        const QString named = dir.filePath("soffice.bin");
+        QVERIFY(QFile::copy(QStandardPaths::findExecutable("sleep"), named));
+        QProcess office;
+        office.start(named, {"30"});
+        QVERIFY(office.waitForStarted());
+        SystemDesktop desktop;
+        QTRY_VERIFY_WITH_TIMEOUT(desktop.SlideShowRunning(), 5000);
+        office.kill();
+        office.waitForFinished();
     }
 };
 
