@@ -57,7 +57,11 @@ void CollectQuestionnaires(RunState& state, ExperimentNeeds& needs) {
             return ExtractParameters(rows.Field(QStringLiteral("File")).ToText(), state.Parameters);
         });
         const QString ending = LastChars(name, 3).toUpper();
-        if (ending == QLatin1String("DOC"))
+        needs.files.append({name.trimmed(), QString()});
+        // Besides the old word-processor endings, those of .docx, .odt and .rtf files.
+        static const QStringList documentEndings{QStringLiteral("DOC"), QStringLiteral("OCX"),
+                                                 QStringLiteral("ODT"), QStringLiteral("RTF")};
+        if (documentEndings.contains(ending))
             needs.word = true;
         else if (ending == QLatin1String("WPD"))
             needs.wordPerfect = true;
@@ -72,6 +76,21 @@ void CollectQuestionnaires(RunState& state, ExperimentNeeds& needs) {
             }
         }
         rows.MoveNext();
+    }
+}
+
+// The item's file, for the presenters that make theirs ready before the run. A cell that the
+// parameter splitter can't read is left to the questionnaire's reading, which reports it.
+void NoteItemFile(const RecordSet& row, const QString& type, ExperimentNeeds& needs) {
+    if (!row.HasColumn(QStringLiteral("FileName")))
+        return;
+    try {
+        ParameterList list;
+        const QString file =
+            ExtractParameters(row.Field(QStringLiteral("FileName")).ToText(), list).trimmed();
+        if (!file.isEmpty() && file.toLower() != QLatin1String("none"))
+            needs.files.append({file, type});
+    } catch (const CorvaneError&) {
     }
 }
 
@@ -133,6 +152,7 @@ void MeasureItem(RunState& state, const RecordSet& row, const QString& file, Can
     if (row.Field(QStringLiteral("Skip1")).ToText().toLower() == QLatin1String("excel"))
         state.ResponsesWorkbookOn = True;
     const QString type = row.Field(QStringLiteral("QuestionType")).ToText();
+    NoteItemFile(row, type, needs);
     auto required = [&](const QString& letter) {
         const QString value = GetParameter(row, letter, list);
         if (value.isEmpty())

@@ -5,6 +5,8 @@
 
 #include "definitions/definition_finding.h"
 
+#include <QList>
+#include <QString>
 #include <functional>
 
 namespace corvane {
@@ -25,6 +27,14 @@ struct ExperimentLoadHooks {
 struct ExperimentNeeds {
     bool word = false;
     bool wordPerfect = false;
+    /// A file that the experiment names: a list entry of any condition (no item type) or the
+    /// file of a questionnaire's item, with the item's type as the questionnaire writes it.
+    struct NamedFile {
+        QString file;
+        QString itemType;
+    };
+    /// Every file named, so that what a presenter needs can be made ready before the run.
+    QList<NamedFile> files;
 };
 
 /// Loads `ExperimentFile` for `ConditionID` from the working folder. True when the run can

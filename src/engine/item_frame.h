@@ -54,6 +54,8 @@ struct RunContext {
     bool muteSounds = false;
     /// The launcher's character set, forced on every font of the forms; -1 leaves them alone.
     int charsetOverride = -1;
+    /// The folder of the office program that the preferences name ("" for the one installed).
+    QString officeFolder{};
 };
 
 /// A rectangle in twips of the design client area (9600 by 7200).

@@ -19,6 +19,12 @@ void PresenterRegistry::Add(const QStringList& types, std::initializer_list<File
         m_kinds[kind] = make;
 }
 
+void PresenterRegistry::PrepareExperiment(RunContext& run, const ExperimentNeeds& needs,
+                                          const StatusPanel& panel) const {
+    for (const Prepare& prepare : m_preparations)
+        prepare(run, needs, panel);
+}
+
 bool PresenterRegistry::Presents(const QString& type) const {
     return m_types.contains(type.trimmed().toLower());
 }

@@ -3,7 +3,9 @@
 // form presents gets no form, and the run announces it as not available.
 #pragma once
 
+#include "definitions/experiment_loader.h"
 #include "engine/run_driver.h"
+#include "engine/word_processor.h"
 
 #include <QHash>
 #include <QStringList>
@@ -32,6 +34,15 @@ public:
         Add(types, kinds, [](RunContext& run) -> ItemForm* { return new Form(run); });
     }
 
+    /// Makes ready, once the experiment is loaded and before its run starts, what a form needs
+    /// of the files the experiment names, so that showing them costs the run no time.
+    using Prepare =
+        std::function<void(RunContext&, const ExperimentNeeds&, const StatusPanel& panel)>;
+    void AddPreparation(const Prepare& prepare) { m_preparations.push_back(prepare); }
+    /// Runs every preparation, in the order they were added.
+    void PrepareExperiment(RunContext& run, const ExperimentNeeds& needs,
+                           const StatusPanel& panel) const;
+
     bool Presents(const QString& type) const;
     bool Presents(FileKindClass kind) const;
     /// A new form for an item of that type; nullptr when no form presents it.
@@ -42,6 +53,7 @@ public:
 private:
     QHash<QString, MakeForm> m_types;
     std::map<FileKindClass, MakeForm> m_kinds;
+    QList<Prepare> m_preparations;
 };
 
 /// Registers every form of the program; defined beside the forms, in the one list of them.

@@ -54,15 +54,23 @@ bool NeedsItemFile(const QString& type) {
 
 FileKindClass ClassifyFileKind(const QString& kind) {
     static const QList<std::pair<QStringList, FileKindClass>> table{
-        {{QStringLiteral("bmp"), QStringLiteral("jpg"), QStringLiteral("gif")},
+        // Beside the old endings, those of today's files (.png, .jpeg, .docx, .pptx, .mp4 ...).
+        {{QStringLiteral("bmp"), QStringLiteral("jpg"), QStringLiteral("gif"),
+          QStringLiteral("png"), QStringLiteral("peg")},
          FileKindClass::Image},
         {{QStringLiteral("htm"), QStringLiteral("tml")}, FileKindClass::WebPage},
-        {{QStringLiteral("wav"), QStringLiteral("mp3")}, FileKindClass::Sound},
+        {{QStringLiteral("wav"), QStringLiteral("mp3"), QStringLiteral("ogg")},
+         FileKindClass::Sound},
         {{QStringLiteral("exe")}, FileKindClass::Program},
-        {{QStringLiteral("pps")}, FileKindClass::SlideShow},
-        {{QStringLiteral("doc"), QStringLiteral("wpd")}, FileKindClass::Document},
+        {{QStringLiteral("pps"), QStringLiteral("psx"), QStringLiteral("ppt"),
+          QStringLiteral("ptx"), QStringLiteral("odp")},
+         FileKindClass::SlideShow},
+        {{QStringLiteral("doc"), QStringLiteral("wpd"), QStringLiteral("ocx"),
+          QStringLiteral("odt"), QStringLiteral("rtf")},
+         FileKindClass::Document},
         {{QStringLiteral("avi"), QStringLiteral("mov"), QStringLiteral("mpg"),
-          QStringLiteral("ppv"), QStringLiteral("mpa")},
+          QStringLiteral("ppv"), QStringLiteral("mpa"), QStringLiteral("mp4"),
+          QStringLiteral("ebm"), QStringLiteral("mkv"), QStringLiteral("ogv")},
          FileKindClass::Movie},
         {{QStringLiteral("csv")}, FileKindClass::TachyraSession},
         {{QStringLiteral("que")}, FileKindClass::Questionnaire},

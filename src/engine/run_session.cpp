@@ -126,6 +126,8 @@ void RunSession::ReadExperimentInfo() {
         OpenWordProcessor(m_state, QStringLiteral("doc"), m_preferences.WordFolder, FirstPanel);
     if (needs.wordPerfect)
         OpenWordProcessor(m_state, QStringLiteral("wpd"), m_preferences.WordFolder, FirstPanel);
+    m_context.officeFolder = m_preferences.WordFolder;
+    m_presenters->PrepareExperiment(m_context, needs, FirstPanel);
     if (!journalBegun)
         m_journal = RunJournal::Begin(m_state, OutputSettings());
     m_driver.Order().Journal = m_journal.get();

@@ -6,7 +6,13 @@
 // so such a form would be missing from the program without a word. This list names every form,
 // and the registry names the list, so all of them are always linked in.
 #include "engine/presenter_registry.h"
+#include "items/media/document_cache.h"
+#include "items/media/fDocument.h"
+#include "items/media/fImage.h"
 #include "items/media/fInstruction.h"
+#include "items/media/fMovie.h"
+#include "items/media/fSlideShow.h"
+#include "items/media/fSound.h"
 #include "items/response/fEssay.h"
 #include "items/response/fFillBlank.h"
 #include "items/response/fMultResp.h"
@@ -22,6 +28,14 @@ void RegisterProgramForms(PresenterRegistry& forms) {
     forms.Add<fMultResp>({QStringLiteral("multiple response")});
     forms.Add<fFillBlank>({QStringLiteral("fill-in-the-blank")});
     forms.Add<fEssay>({QStringLiteral("essay")});
+    forms.Add<fImage>({QStringLiteral("image file")}, {FileKindClass::Image});
+    forms.AddPreparation(fImage::PrepareImages);
+    forms.Add<fSound>({QStringLiteral("sound file")}, {FileKindClass::Sound});
+    forms.Add<fMovie>({QStringLiteral("movie")}, {FileKindClass::Movie});
+    forms.Add<fDocument>({QStringLiteral("word document"), QStringLiteral("wordperfect doc")},
+                         {FileKindClass::Document});
+    forms.AddPreparation(PrepareDocuments);
+    forms.Add<fSlideShow>({QStringLiteral("powerpoint show")}, {FileKindClass::SlideShow});
 }
 
 } // namespace corvane

@@ -585,7 +585,9 @@ private slots:
         QVERIFY(codes);
         codes->bOK_Click();
         QVERIFY(launcher.Session().RunActive());
-        QCOMPARE(shown, QStringList({"Accessing Microsoft Word ... one moment", exp}));
+        // Then the document is converted for showing, which the panel announces as well.
+        QCOMPARE(shown, QStringList({"Accessing Microsoft Word ... one moment", exp,
+                                     "Preparing letter.doc for showing ... one moment", exp}));
         QCOMPARE(m_state->WordFound, True);
         launcher.Session().Driver().OperatorKeys(true, true);
     }
