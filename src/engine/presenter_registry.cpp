@@ -19,6 +19,10 @@ void PresenterRegistry::Add(const QStringList& types, std::initializer_list<File
         m_kinds[kind] = make;
 }
 
+bool PresenterRegistry::IsOverlay(const QString& type) const {
+    return m_overlays.contains(type.trimmed().toLower());
+}
+
 bool PresenterRegistry::Presents(const QString& type) const {
     return m_types.contains(type.trimmed().toLower());
 }

@@ -6,6 +6,7 @@
 #include "engine/run_driver.h"
 
 #include <QHash>
+#include <QSet>
 #include <QStringList>
 #include <functional>
 #include <initializer_list>
@@ -32,6 +33,16 @@ public:
         Add(types, kinds, [](RunContext& run) -> ItemForm* { return new Form(run); });
     }
 
+    /// Registers a form that stays up above the items that follow it, until the run unloads it
+    /// (an on-line rating): it is no item's current form.
+    template <typename Form> void AddOverlay(const QStringList& types) {
+        Add<Form>(types);
+        for (const QString& type : types)
+            m_overlays.insert(type.trimmed().toLower());
+    }
+    /// True for a type whose form is an overlay.
+    bool IsOverlay(const QString& type) const;
+
     bool Presents(const QString& type) const;
     bool Presents(FileKindClass kind) const;
     /// A new form for an item of that type; nullptr when no form presents it.
@@ -42,6 +53,7 @@ public:
 private:
     QHash<QString, MakeForm> m_types;
     std::map<FileKindClass, MakeForm> m_kinds;
+    QSet<QString> m_overlays;
 };
 
 /// Registers every form of the program; defined beside the forms, in the one list of them.

@@ -10,8 +10,11 @@
 #include "items/response/fEssay.h"
 #include "items/response/fFillBlank.h"
 #include "items/response/fMultResp.h"
+#include "items/response/fOnLine.h"
 #include "items/response/fRank.h"
 #include "items/response/fScale.h"
+#include "items/response/fThoughtListing.h"
+#include "items/response/fThoughtRate.h"
 
 namespace corvane {
 
@@ -22,6 +25,9 @@ void RegisterProgramForms(PresenterRegistry& forms) {
     forms.Add<fMultResp>({QStringLiteral("multiple response")});
     forms.Add<fFillBlank>({QStringLiteral("fill-in-the-blank")});
     forms.Add<fEssay>({QStringLiteral("essay")});
+    forms.Add<fThoughtListing>({QStringLiteral("thought listing"), QStringLiteral("recall list")});
+    forms.Add<fThoughtRate>({QStringLiteral("thought rating")});
+    forms.AddOverlay<fOnLine>({QStringLiteral("on-line rating")});
 }
 
 } // namespace corvane
