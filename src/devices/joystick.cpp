@@ -110,7 +110,7 @@ JoystickPosition Joystick::Position() const {
     // The interface reports -32767 to 32767; the rating's scale starts at 0.
     auto place = [this](int axis) {
         return m_axisKnown[std::size_t(axis)] ? qMax(0, qint32(m_axes[std::size_t(axis)]) + 32767)
-                                               : 0;
+                                              : 0;
     };
     return {place(0), place(1)};
 }

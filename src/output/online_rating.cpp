@@ -22,8 +22,7 @@ void OnlineBins::Add(qint32 elapsedMs, int value) {
 }
 
 int OnlineBins::Count(int second) const {
-    return second >= 0 && std::size_t(second) < m_counts.size() ? m_counts[std::size_t(second)]
-                                                                : 0;
+    return second >= 0 && std::size_t(second) < m_counts.size() ? m_counts[std::size_t(second)] : 0;
 }
 
 qint64 OnlineBins::Sum(int second) const {
@@ -53,7 +52,8 @@ QString OnlineRecord(const RunState& state, const DataOutputSettings& settings, 
 }
 
 QString OnlineFilePath(const RunState& state, const QString& variableName) {
-    return QDir(DataFolder(state, QString())).filePath(variableName + QStringLiteral("_online.csv"));
+    return QDir(DataFolder(state, QString()))
+        .filePath(variableName + QStringLiteral("_online.csv"));
 }
 
 } // namespace corvane

@@ -133,7 +133,8 @@ private slots:
     void eventsFromAFileThenItsEnd() {
         QTemporaryFile file;
         QVERIFY(file.open());
-        file.write(Event(kAxis | kInit, 0, 0) + Event(kAxis | kInit, 1, 0) + Event(kAxis, 0, 32767));
+        file.write(Event(kAxis | kInit, 0, 0) + Event(kAxis | kInit, 1, 0) +
+                   Event(kAxis, 0, 32767));
         file.flush();
         const int descriptor = ::open(QFile::encodeName(file.fileName()).constData(), O_RDONLY);
         QVERIFY(descriptor >= 0);

@@ -171,8 +171,8 @@ private slots:
     void eachThoughtIsRatedUnderTheWording() {
         RunFixture run;
         WriteMessages(run);
-        run.Start(kHeader, Listing(1, "t", "(n10)") + Rating(2, "r", "(p3,qt)", "How good is it?",
-                                                            "none,none,end") +
+        run.Start(kHeader, Listing(1, "t", "(n10)") +
+                               Rating(2, "r", "(p3,qt)", "How good is it?", "none,none,end") +
                                Rating(3, "alone", "(p3,qt)", "None") + Instruction(4, "end"));
         QWidget* form = run.Form();
         for (const char* thought : {"rain", "tea"}) {
@@ -221,8 +221,8 @@ private slots:
     void anEmptyListIsPassedOverInSilence() {
         RunFixture run;
         WriteMessages(run);
-        run.Start(kHeader, Listing(1, "t", "(n3,d1)") + Rating(2, "r", "(p3,qt)") +
-                               Instruction(3, "after"));
+        run.Start(kHeader,
+                  Listing(1, "t", "(n3,d1)") + Rating(2, "r", "(p3,qt)") + Instruction(3, "after"));
         const qsizetype before = run.boxes.size();
         run.Wait(2000);
         QCOMPARE(run.Form()->objectName(), "fInstruction");
@@ -233,9 +233,10 @@ private slots:
     void theBarStaysOverTheNextItemOnlyAndMovesByKeys() {
         RunFixture run;
         WriteMessages(run);
-        run.Start(kHeader,
-                  "1,On-Line Rating,Rate as you watch,mood,(p3),yes,yes,sad,,happy,-1,0,1,none,,\n" +
-                      Instruction(2, "movie") + Instruction(3, "after"));
+        run.Start(
+            kHeader,
+            "1,On-Line Rating,Rate as you watch,mood,(p3),yes,yes,sad,,happy,-1,0,1,none,,\n" +
+                Instruction(2, "movie") + Instruction(3, "after"));
         QWidget* bar = Window("fOnLine");
         QVERIFY(bar);
         QCOMPARE(run.Form()->objectName(), "fInstruction");
@@ -265,16 +266,16 @@ private slots:
         QVERIFY2(row.startsWith("s1,a,'"), row.constData());
         QVERIFY2(row.endsWith("',-1,1,2,0.00,0.20\r\n"), row.constData());
         // The one absence is told once in a run.
-        QCOMPARE(std::count_if(run.boxes.begin(), run.boxes.end(),
-                               [](const MessageBox& box) {
-                                   return box.text.startsWith("No joystick");
-                               }),
-                 1);
+        QCOMPARE(
+            std::count_if(run.boxes.begin(), run.boxes.end(),
+                          [](const MessageBox& box) { return box.text.startsWith("No joystick"); }),
+            1);
     }
 
     void aJoystickMovesTheSliderUntilItIsLost() {
         const QString device = QDir(m_config.path()).filePath("js0");
-        QVERIFY(::mkfifo(QFile::encodeName(device).constData(), 0600) == 0 || QFile::exists(device));
+        QVERIFY(::mkfifo(QFile::encodeName(device).constData(), 0600) == 0 ||
+                QFile::exists(device));
         const int writer = ::open(QFile::encodeName(device).constData(), O_RDWR);
         QVERIFY(writer >= 0);
         SettingsStore::Save("Corvane", "JoystickDevice", device);
@@ -285,8 +286,9 @@ private slots:
         QVERIFY(send(Event(0x82, 0, 0) + Event(0x82, 1, 0)));
         RunFixture run;
         WriteMessages(run);
-        run.Start(kHeader, "1,On-Line Rating,Rate as you watch,mood,(p5),yes,yes,,,,1,2,3,none,,\n" +
-                               Instruction(2, "movie") + Instruction(3, "after"));
+        run.Start(kHeader,
+                  "1,On-Line Rating,Rate as you watch,mood,(p5),yes,yes,,,,1,2,3,none,,\n" +
+                      Instruction(2, "movie") + Instruction(3, "after"));
         QWidget* bar = Window("fOnLine");
         QVERIFY(bar);
         auto* slider = bar->findChild<QSlider*>("Slider1");
@@ -300,7 +302,7 @@ private slots:
         run.Wait(100);
         QCOMPARE(slider->value(), 100);
         QVERIFY(send("\x01\x02\x03")); // garbage that makes no whole event
-        ::close(writer);                // unplugged
+        ::close(writer);               // unplugged
         const qsizetype before = run.boxes.size();
         run.Wait(300);
         QCOMPARE(run.boxes.size(), before + 1);

@@ -105,8 +105,8 @@ void fOnLine::PlaceForm() {
     look.setColor(QPalette::Window, QColor(Run().question.back));
     Picture1->setPalette(look);
     Bar1->hide();
-    const int top = Item().Top != 0 ? Item().Top
-                                     : backdrop.height() - qRound(1.3 * height()) + backdrop.top();
+    const int top =
+        Item().Top != 0 ? Item().Top : backdrop.height() - qRound(1.3 * height()) + backdrop.top();
     move((backdrop.width() - width()) / 2 + backdrop.left(), top);
     PlaceTwips(Slider1, kSlider);
 }

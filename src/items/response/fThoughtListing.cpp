@@ -53,8 +53,7 @@ void fThoughtListing::Load() {
     if (!IsTrue(item.Answered)) {
         // The item is new to this run: its list is opened.
         state.OpenThoughtList(item.VariableName, m_size);
-        state.Variables.SetVariableCount(state.CurrentQuestionnaire, state.CurrentQuestion,
-                                         m_size);
+        state.Variables.SetVariableCount(state.CurrentQuestionnaire, state.CurrentQuestion, m_size);
     }
     ApplyFormGeometry();
     PlaceDesign(lQuestion, kQuestion);

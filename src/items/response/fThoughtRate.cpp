@@ -69,13 +69,12 @@ void fThoughtRate::GoOn() {
     RunState& state = State();
     const Question& item = Item();
     const int index = int(ReadNumber(state.ResponseIndex));
-    if (index >= 1 && index <= kPoints &&
-        item.textlabel[std::size_t(index)].contains(kSpecify)) {
-        const auto typed = state.Boxes().Input(
-            QStringLiteral("Please Specify"),
-            QStringLiteral("You selected '") + lText[std::size_t(index)]->text() +
-                QStringLiteral("'. Please specify..."),
-            QString());
+    if (index >= 1 && index <= kPoints && item.textlabel[std::size_t(index)].contains(kSpecify)) {
+        const auto typed = state.Boxes().Input(QStringLiteral("Please Specify"),
+                                               QStringLiteral("You selected '") +
+                                                   lText[std::size_t(index)]->text() +
+                                                   QStringLiteral("'. Please specify..."),
+                                               QString());
         Store(typed.value_or(QString()).isEmpty() ? QStringLiteral("<Cancel>") : *typed, true);
     }
     state.SkipTarget = SkipOfLatestChoice();
