@@ -152,6 +152,22 @@ private slots:
         QCOMPARE(run.state.Responses().Time(1, 1, 1), 450); // from the wording's onset
     }
 
+    // An item passed over by the operator during its onset delay leaves nothing running: the next
+    // item's time counts from its own start.
+    void anItemPassedOverInItsDelayLeavesTheNextItemsTime() {
+        RunFixture run;
+        run.Start(kHeader, Scale(1, "q1", "(p3,o500,d2)") + Scale(2, "q2", "(p3)"));
+        QWidget* form = run.Form();
+        run.Wait(100);
+        Key(form, Qt::Key_Right, Qt::ControlModifier);
+        QWidget* next = run.Form();
+        QVERIFY(next && next != form);
+        run.Wait(3000); // past the first item's delay and its limit
+        Key(next, Qt::Key_2);
+        QCOMPARE(run.state.Responses().Value(1, 2, 1), "2");
+        QCOMPARE(run.state.Responses().Time(1, 2, 1), 3000);
+    }
+
     void specifiedAnswersAreAskedFor() {
         RunFixture run;
         run.Start(
