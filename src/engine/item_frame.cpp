@@ -377,6 +377,7 @@ void ItemForm::Unload() {
     if (m_unloaded)
         return;
     m_unloaded = true;
+    Unloading();
     hide();
     if (m_run.formGone)
         m_run.formGone(this);

@@ -81,6 +81,9 @@ public:
     void Unload();
 
 protected:
+    /// Called once as the form unloads, before it leaves the screen.
+    virtual void Unloading() {}
+
     // The common preparation, called by a form's load in the order its kind asks for.
     void PrepareForm();
     void ApplyFormGeometry();

@@ -25,6 +25,10 @@ void PresenterRegistry::PrepareExperiment(RunContext& run, const ExperimentNeeds
         prepare(run, needs, panel);
 }
 
+bool PresenterRegistry::IsOverlay(const QString& type) const {
+    return m_overlays.contains(type.trimmed().toLower());
+}
+
 bool PresenterRegistry::Presents(const QString& type) const {
     return m_types.contains(type.trimmed().toLower());
 }

@@ -8,6 +8,7 @@
 #include "engine/word_processor.h"
 
 #include <QHash>
+#include <QSet>
 #include <QStringList>
 #include <functional>
 #include <initializer_list>
@@ -42,6 +43,15 @@ public:
     /// Runs every preparation, in the order they were added.
     void PrepareExperiment(RunContext& run, const ExperimentNeeds& needs,
                            const StatusPanel& panel) const;
+    /// Registers a form that stays up above the items that follow it, until the run unloads it
+    /// (an on-line rating): it is no item's current form.
+    template <typename Form> void AddOverlay(const QStringList& types) {
+        Add<Form>(types);
+        for (const QString& type : types)
+            m_overlays.insert(type.trimmed().toLower());
+    }
+    /// True for a type whose form is an overlay.
+    bool IsOverlay(const QString& type) const;
 
     bool Presents(const QString& type) const;
     bool Presents(FileKindClass kind) const;
@@ -54,6 +64,7 @@ private:
     QHash<QString, MakeForm> m_types;
     std::map<FileKindClass, MakeForm> m_kinds;
     QList<Prepare> m_preparations;
+    QSet<QString> m_overlays;
 };
 
 /// Registers every form of the program; defined beside the forms, in the one list of them.

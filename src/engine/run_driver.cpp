@@ -319,6 +319,12 @@ bool RunDriver::StepQuestion() {
         m_workbook->UpdateResponsesXLS(
             m_state, m_state.Questions[std::size_t(m_state.CurrentQuestion)].VariableName,
             LastSkipTarget);
+    // The on-line rating stays up through exactly the one step that follows it.
+    if (IsTrue(m_state.OnLineUp) && (m_state.QuestionStep == m_state.OnLineEndStep ||
+                                     m_state.QuestionStep == m_state.OnLineEndStep - 2)) {
+        m_host.UnloadOverlay();
+        m_state.OnLineUp = False;
+    }
     if (m_state.QuestionStep == 1)
         m_state.SkipTarget = QStringLiteral("none"); // a jump never crosses questionnaires
     m_state.ResponseSlot = 1;
@@ -382,11 +388,31 @@ bool RunDriver::StepQuestion() {
         Inform(m_state.MessageTitle(), DocumentMissingText(), int(BoxIcon::Warning));
         return true;
     }
+    if (item.QuestionType == QLatin1String("thought rating") && !CheckRating())
+        return true;
     if (!m_host.PresentItem(item)) {
         NotAvailable(QStringLiteral("'") + item.QuestionType + QStringLiteral("' items"),
                      item.VariableName);
         return passOn();
     }
+    return false;
+}
+
+bool RunDriver::CheckRating() {
+    const Question& item = m_state.Questions[std::size_t(m_state.CurrentQuestion)];
+    // The item's name is compared as it stands: one in capitals never matches.
+    for (int list = 1; list <= m_state.ThoughtListsShown; ++list) {
+        if (Normalised(m_state.ShownListNames.at(list)) != item.RatedList)
+            continue;
+        m_state.CurrentThoughtList = qint16(list);
+        return m_state.ShownListCounts[std::size_t(list)] > 0;
+    }
+    Inform(m_state.MessageTitle(),
+           QStringLiteral("In questionnaire ") + m_state.QuestionnaireFile +
+               QStringLiteral(", the variable ") + item.RatedList +
+               QStringLiteral(" is to be rated by the subject.  This variable was not found to "
+                              "exist so far.  This rating item will be skipped."),
+           int(BoxIcon::Information));
     return false;
 }
 

@@ -54,6 +54,8 @@ public:
     virtual bool PresentItem(const Question& item) = 0;
     /// Unloads the form on the screen, if any (the operator's keys, a time limit).
     virtual void UnloadCurrentForm() = 0;
+    /// Unloads the form that stays up above the items (an on-line rating), if any.
+    virtual void UnloadOverlay() {}
     /// Puts the backdrop behind everything else (each tick of the questionnaire timer).
     virtual void LowerBackdrop() {}
     virtual void WriteDataByQuestionnaire() = 0;
@@ -90,6 +92,10 @@ public:
     void EndItem(const QString& response, const QString& skip);
     /// The back ending: nothing is stored, and the item shown before comes again.
     void GoBack();
+
+    /// Whether a thought rating item is to be shown: its list was made in this run and holds a
+    /// thought. A list never made is told; an empty one passes the item over in silence.
+    bool CheckRating();
 
     bool RunEnded() const { return m_ended; }
     const OrderLog& Order() const { return m_order; }

@@ -186,12 +186,13 @@ ScriptAction ParseLine(const QString& line, int number) {
 
     const QStringList words =
         line.mid(end).split(QRegularExpression(QStringLiteral("[ \\t]+")), Qt::SkipEmptyParts);
-    if (verb == QLatin1String("wait")) {
-        action.kind = ScriptActionKind::Wait;
+    if (verb == QLatin1String("wait") || verb == QLatin1String("stall")) {
+        action.kind =
+            verb == QLatin1String("wait") ? ScriptActionKind::Wait : ScriptActionKind::Stall;
         const auto args = Arguments(words, 1);
         const auto ms = args ? WholeNumber(args->at(0), false) : std::nullopt;
         if (!ms)
-            Refuse(number, QStringLiteral("wait takes milliseconds"));
+            Refuse(number, verb + QStringLiteral(" takes milliseconds"));
         action.ms = *ms;
     } else if (verb == QLatin1String("key")) {
         action.kind = ScriptActionKind::Key;
@@ -236,6 +237,8 @@ QString ScriptAction::Describe() const {
     switch (kind) {
     case ScriptActionKind::Wait:
         return QStringLiteral("wait %1").arg(ms);
+    case ScriptActionKind::Stall:
+        return QStringLiteral("stall %1").arg(ms);
     case ScriptActionKind::Key: {
         QString spelled;
         for (const Prefix& prefix : kPrefixes) {

@@ -3,6 +3,9 @@
 //
 // Actions (action words and key names in any letter case):
 //   wait MS             let MS milliseconds pass (a non-negative whole number)
+//   stall MS            hold the program's thread for MS milliseconds, as a program or a device
+//                       that blocks it would: no timer fires meanwhile, each one that fell due
+//                       fires once at the end
 //   key KEY             press and release a key: one character, or F1-F12, Space, Enter, Escape,
 //                       Backspace, Tab, Left, Right, Up, Down, Home, End, Delete, KP0-KP9 (the
 //                       keypad digits), each with any of the prefixes Ctrl+, Alt+ and Shift+
@@ -29,14 +32,14 @@
 
 namespace corvane {
 
-enum class ScriptActionKind { Wait, Key, Type, Click, Drag, Answer };
+enum class ScriptActionKind { Wait, Key, Type, Click, Drag, Answer, Stall };
 
 /// One action of a run script; only the fields of its kind are filled.
 struct ScriptAction {
     ScriptActionKind kind = ScriptActionKind::Wait;
     int line = 0; // counted from 1
 
-    int ms = 0;                      // wait
+    int ms = 0;                      // wait, stall
     Qt::Key key = Qt::Key_unknown;   // key
     Qt::KeyboardModifiers modifiers; // key
     QString text;                    // key: what it types; type, answer: the text

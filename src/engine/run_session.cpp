@@ -214,7 +214,25 @@ bool RunSession::PresentFile(FileKindClass kind, const FileEntry&) {
 }
 
 bool RunSession::PresentItem(const Question& item) {
+    if (m_presenters->IsOverlay(item.QuestionType))
+        return LoadOverlay(m_presenters->MakeItemForm(item.QuestionType, m_context));
     return LoadForm(m_presenters->MakeItemForm(item.QuestionType, m_context));
+}
+
+bool RunSession::LoadOverlay(ItemForm* form) {
+    if (!form)
+        return false;
+    UnloadOverlay();
+    m_overlay = form;
+    // Its load goes straight on to the next item, which becomes the current form.
+    form->Load();
+    return true;
+}
+
+void RunSession::UnloadOverlay() {
+    if (m_overlay)
+        m_overlay->Unload();
+    m_overlay = nullptr;
 }
 
 bool RunSession::LoadForm(ItemForm* form) {
@@ -275,6 +293,8 @@ void RunSession::ShowPasswordForm() {
 
 void RunSession::ReturnToLauncher() {
     m_active = false;
+    // A rating still up when the run ends early keeps what it has sampled.
+    UnloadOverlay();
     UnloadTimerForm();
     m_kiosk->ReleaseAll();
     if (m_backdrop)

@@ -61,6 +61,7 @@ public:
     bool PresentFile(FileKindClass kind, const FileEntry& entry) override;
     bool PresentItem(const Question& item) override;
     void UnloadCurrentForm() override;
+    void UnloadOverlay() override;
     void WriteDataByQuestionnaire() override;
     void WriteDataByVariable() override;
     void ShowPasswordForm() override;
@@ -96,6 +97,8 @@ private:
     void ReadExperimentInfo();
     /// Loads a form from the registry as the current form; false when there is none.
     bool LoadForm(ItemForm* form);
+    /// Loads a form that stays up above the items that follow; false when there is none.
+    bool LoadOverlay(ItemForm* form);
     /// Takes the look of the settings in force into the forms' styles.
     void TakeLook();
     DataOutputSettings OutputSettings() const;
@@ -112,6 +115,7 @@ private:
     QPointer<fMain> m_backdrop;
     QPointer<fTimer> m_timerForm;
     QPointer<ItemForm> m_currentForm;
+    QPointer<ItemForm> m_overlay;
     const PresenterRegistry* m_presenters;
     bool m_active = false;
     bool m_recordMissing = false;

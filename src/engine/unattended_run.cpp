@@ -232,12 +232,15 @@ private:
         const ScriptAction& action = m_actions[m_next++];
         if (action.kind == ScriptActionKind::Wait)
             return Wait(action.ms);
+        if (action.kind == ScriptActionKind::Stall)
+            return Stall(action.ms);
         // The next step is due before this one acts: an action that brings up a form with a
         // loop of its own (the exit password) returns only when that form closes, and the rest
         // of the script, or its end key, is what closes it.
         ScheduleStep();
         switch (action.kind) {
         case ScriptActionKind::Wait:
+        case ScriptActionKind::Stall:
             break;
         case ScriptActionKind::Answer:
             m_answers.Push(action.text);
@@ -317,6 +320,15 @@ private:
             return ScheduleStep();
         }
         QTimer::singleShot(ms, this, [this] { ScheduleStep(); });
+    }
+
+    void Stall(int ms) {
+        if (auto* clock = dynamic_cast<VirtualRunClock*>(&m_state.Clock()))
+            clock->Stall(ms);
+        else
+            QThread::msleep(ulong(ms));
+        QApplication::processEvents();
+        ScheduleStep();
     }
 
     void PressEndKey() {

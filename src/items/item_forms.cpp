@@ -16,8 +16,11 @@
 #include "items/response/fEssay.h"
 #include "items/response/fFillBlank.h"
 #include "items/response/fMultResp.h"
+#include "items/response/fOnLine.h"
 #include "items/response/fRank.h"
 #include "items/response/fScale.h"
+#include "items/response/fThoughtListing.h"
+#include "items/response/fThoughtRate.h"
 
 namespace corvane {
 
@@ -36,6 +39,9 @@ void RegisterProgramForms(PresenterRegistry& forms) {
                          {FileKindClass::Document});
     forms.AddPreparation(PrepareDocuments);
     forms.Add<fSlideShow>({QStringLiteral("powerpoint show")}, {FileKindClass::SlideShow});
+    forms.Add<fThoughtListing>({QStringLiteral("thought listing"), QStringLiteral("recall list")});
+    forms.Add<fThoughtRate>({QStringLiteral("thought rating")});
+    forms.AddOverlay<fOnLine>({QStringLiteral("on-line rating")});
 }
 
 } // namespace corvane

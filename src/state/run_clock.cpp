@@ -100,4 +100,28 @@ void VirtualRunClock::Advance(qint32 ms) {
     m_elapsed = target;
 }
 
+void VirtualRunClock::Stall(qint32 ms) {
+    const qint64 target = m_elapsed + ms;
+    m_now = static_cast<qint32>(static_cast<quint32>(m_now) + static_cast<quint32>(ms));
+    m_elapsed = target;
+    Timers& timers = *m_timers;
+    while (true) {
+        // The earliest timer that fell due; each goes past the target before it fires.
+        auto next = timers.end();
+        for (auto it = timers.begin(); it != timers.end(); ++it) {
+            if (it->second.due <= target &&
+                (next == timers.end() || it->second.due < next->second.due))
+                next = it;
+        }
+        if (next == timers.end())
+            break;
+        std::function<void()> call = next->second.call;
+        if (next->second.interval > 0)
+            next->second.due = target + next->second.interval;
+        else
+            timers.erase(next);
+        call(); // may start or stop timers, this one included
+    }
+}
+
 } // namespace corvane

@@ -52,6 +52,10 @@ public:
     std::unique_ptr<RunTimer> After(int ms, std::function<void()> done) override;
     /// Moves the clock on by `ms`, firing each timer at its due time, in order.
     void Advance(qint32 ms);
+    /// Moves the clock on by `ms` as a thread held that long would see it: no timer fires on
+    /// the way; each that fell due fires once at the end, and a repeating one counts its next
+    /// interval from there.
+    void Stall(qint32 ms);
 
 private:
     struct Entry {

@@ -1,5 +1,7 @@
 #include "state/run_state.h"
 
+#include "state/checked_int.h"
+
 namespace corvane {
 
 RunState::RunState()
@@ -64,6 +66,28 @@ QString RunState::MessageTitle() const {
     return Messages[11].isEmpty() ? DefaultBoxTitle() : Messages[11];
 }
 
+qint16 RunState::OpenThoughtList(const QString& name, qint16 size) {
+    Increment(ThoughtListsShown);
+    ShownListNames.resize(ThoughtListsShown + 1);
+    ShownListNames[ThoughtListsShown] = name;
+    ShownListSizes.resize(std::size_t(ThoughtListsShown) + 1);
+    ShownListSizes[std::size_t(ThoughtListsShown)] = size;
+    ShownListCounts.resize(std::size_t(ThoughtListsShown) + 1);
+    ShownListCounts[std::size_t(ThoughtListsShown)] = 0;
+    return ThoughtListsShown;
+}
+
+void RunState::AddThought(int list, int k, const QString& text) {
+    if (list < 1 || list > ThoughtListsShown)
+        return;
+    Increment(ShownListCounts[std::size_t(list)]);
+    ThoughtTexts.insert(ThoughtKey(list, k), text);
+}
+
+QString RunState::ThoughtText(int list, int k) const {
+    return ThoughtTexts.value(ThoughtKey(list, k));
+}
+
 void RunState::ResetRun() {
     NumFiles = 0;
     NumQuestionnaires = 0;
@@ -85,6 +109,14 @@ void RunState::ResetRun() {
     ThoughtListNames = QStringList{QString()};
     ThoughtListSizes.assign(1, 0);
     ThoughtTexts.clear();
+    ThoughtListsShown = 0;
+    ShownListNames = QStringList{QString()};
+    ShownListSizes.assign(1, 0);
+    ShownListCounts.assign(1, 0);
+    CurrentThoughtList = 0;
+    OnLineUp = False;
+    OnLineEndStep = 0;
+    JoystickAbsenceTold = false;
     Questions = EmptyQuestions(0);
     Files = EmptyFiles(0);
     BackStack.clear();

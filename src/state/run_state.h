@@ -79,7 +79,33 @@ public:
     qint16 ThoughtListCount = 0;
     QStringList ThoughtListNames;         // 0 to ThoughtListCount
     std::vector<qint16> ThoughtListSizes; // 0 to ThoughtListCount
-    QHash<quint32, QString> ThoughtTexts; // (j, k), sparse
+    QHash<quint32, QString> ThoughtTexts; // (L, k), sparse: see ThoughtKey
+
+    // --- Thought lists made in this run, for the ratings that follow them ----------------------
+    /// Lists opened so far; `ShownList...` run from 0 to it, element 0 unused.
+    qint16 ThoughtListsShown = 0;
+    QStringList ShownListNames;
+    std::vector<qint16> ShownListSizes;
+    std::vector<qint16> ShownListCounts;
+    /// The list that the rating on show walks.
+    qint16 CurrentThoughtList = 0;
+    /// The clock at the start of the list on show, and `ResponseSlot` on entering it.
+    qint32 ThoughtListStart = 0;
+    qint16 FirstVariable = 0;
+    /// Opens a list for a listing item shown for the first time; returns its number `L`.
+    qint16 OpenThoughtList(const QString& name, qint16 size);
+    /// Adds the `k`-th entry to list `L`.
+    void AddThought(int list, int k, const QString& text);
+    QString ThoughtText(int list, int k) const;
+    static quint32 ThoughtKey(int list, int k) {
+        return (quint32(quint16(list)) << 16) | quint16(k);
+    }
+
+    // --- The on-line rating that stays up over the next item -----------------------------------
+    Flag OnLineUp = False;
+    qint16 OnLineEndStep = 0;
+    /// The run has been told once that no joystick is there.
+    bool JoystickAbsenceTold = false;
 
     // --- The questionnaire in hand ---------------------------------------------------------------
     std::vector<Question> Questions; // 0 to NumQuestions; element 0 is a sentinel

@@ -37,6 +37,7 @@ public:
         return itemTypes.contains(item.QuestionType);
     }
     void UnloadCurrentForm() override { calls << "unload"; }
+    void UnloadOverlay() override { calls << "overlay gone"; }
     void WriteDataByQuestionnaire() override { calls << "data by questionnaire"; }
     void WriteDataByVariable() override { calls << "data by variable"; }
     void ShowPasswordForm() override { calls << "password"; }
@@ -219,6 +220,38 @@ private slots:
         m_driver->EndItem("5", "none"); // answered anew: the last response stands
         QCOMPARE(m_state->Responses().Value(1, 1, 1), "5");
         QCOMPARE(m_state->Responses().Time(1, 1, 1), 90);
+    }
+
+    // A form that stays up over the next item asks to go two steps on; the walk takes it down
+    // as the step after the next item begins.
+    void theOverlayGoesAfterTheItemThatFollowsIt() {
+        m_host.itemTypes << "scale response";
+        Items("q.que", "1,scale response,a,none,,0\n2,scale response,b,none,,0\n"
+                       "3,scale response,c,none,,0\n4,scale response,d,none,,0\n");
+        QVERIFY(Start("a,1,q.que,0\n"));
+        m_state->OnLineUp = True;
+        m_state->OnLineEndStep = qint16(m_state->QuestionStep + 2);
+        EndItem("none");
+        QCOMPARE(m_host.calls.last(), "item b");
+        EndItem("none");
+        QCOMPARE(m_host.calls.mid(m_host.calls.size() - 2),
+                 (QStringList{"overlay gone", "item c"}));
+        QVERIFY(!IsTrue(m_state->OnLineUp));
+        EndItem("none");
+        QCOMPARE(m_host.calls.count("overlay gone"), 1);
+    }
+
+    void aStalledClockFiresEachTimerOnceAtTheEnd() {
+        VirtualRunClock clock(0);
+        QList<qint32> ticks;
+        QList<qint32> once;
+        const auto every = clock.Every(100, [&] { ticks << clock.Now(); });
+        const auto after = clock.After(250, [&] { once << clock.Now(); });
+        clock.Advance(200);
+        clock.Stall(1000); // held from 200 to 1200
+        clock.Advance(250);
+        QCOMPARE(ticks, (QList<qint32>{100, 200, 1200, 1300, 1400}));
+        QCOMPARE(once, (QList<qint32>{1200}));
     }
 
     void questionnaireLimitEndsTheQuestionnaire() {

@@ -68,6 +68,9 @@ private slots:
         QTest::newRow("wait") << "wait 250" << Wait(250) << "wait 250";
         QTest::newRow("wait zero, comment") << "wait 0   # settle" << Wait(0) << "wait 0";
         QTest::newRow("wait any case") << "  WAIT\t1500" << Wait(1500) << "wait 1500";
+        ScriptAction stall = Wait(1200);
+        stall.kind = ScriptActionKind::Stall;
+        QTest::newRow("stall") << "stall 1200 # a blocked thread" << stall << "stall 1200";
         QTest::newRow("letter") << "key a" << Key(Qt::Key_A, none, "a") << "key a";
         QTest::newRow("capital") << "key A" << Key(Qt::Key_A, none, "A") << "key A";
         QTest::newRow("digit") << "key 5" << Key(Qt::Key_5, none, "5") << "key 5";
@@ -151,6 +154,7 @@ private slots:
         QTest::newRow("wait too long")
             << "\nwait 99999999999" << 2 << "line 2: wait takes milliseconds";
         QTest::newRow("wait two numbers") << "\nwait 5 6" << 2 << "line 2: wait takes milliseconds";
+        QTest::newRow("stall negative") << "stall -1" << 1 << "line 1: stall takes milliseconds";
         QTest::newRow("F13") << start + "\n\n\nkey F13" << 7 << "line 7: unknown key 'F13'";
         QTest::newRow("F0") << "key F0" << 1 << "line 1: unknown key 'F0'";
         QTest::newRow("prefix alone") << "key Ctrl+" << 1 << "line 1: unknown key 'Ctrl+'";

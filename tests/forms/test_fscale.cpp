@@ -152,6 +152,26 @@ private slots:
         QCOMPARE(run.state.Responses().Time(1, 1, 1), 450); // from the wording's onset
     }
 
+    // An item passed over by the operator leaves nothing running: its time limit neither ends
+    // the next item nor tells of its end.
+    void anItemPassedOverLeavesItsLimitBehind() {
+        RunFixture run;
+        run.Start(kHeader,
+                  Scale(1, "q1", "(p3,d2)") + Scale(2, "q2", "(p3)") + Scale(3, "q3", "(p3)"));
+        QWidget* form = run.Form();
+        run.Wait(200);
+        Key(form, Qt::Key_Right, Qt::ControlModifier);
+        QWidget* next = run.Form();
+        QVERIFY(next && next != form);
+        const qsizetype boxes = run.boxes.size();
+        run.Wait(3000); // past the first item's limit
+        QCOMPARE(run.Form(), next);
+        QCOMPARE(run.boxes.size(), boxes);
+        Key(next, Qt::Key_2);
+        QCOMPARE(run.state.Responses().Value(1, 2, 1), "2");
+        QCOMPARE(run.state.Responses().Time(1, 2, 1), 3000);
+    }
+
     void specifiedAnswersAreAskedFor() {
         RunFixture run;
         run.Start(

@@ -4,6 +4,7 @@
 
 #include <QDir>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QStringList>
 
 namespace corvane::test {
@@ -31,6 +32,14 @@ inline UnattendedProcess RunCorvane(const QString& folder, const QStringList& ar
         result.exitCode = run.exitCode();
     result.errors = QString::fromUtf8(run.readAllStandardError());
     return result;
+}
+
+/// A data file's text with its times of day written "hh:mm:ss", which differ from run to run.
+inline QByteArray WithTimesOfDayMasked(const QByteArray& text) {
+    return QString::fromUtf8(text)
+        .replace(QRegularExpression(QStringLiteral("\\d\\d:\\d\\d:\\d\\d")),
+                 QStringLiteral("hh:mm:ss"))
+        .toUtf8();
 }
 
 } // namespace corvane::test

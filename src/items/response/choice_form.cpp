@@ -185,7 +185,8 @@ void ChoiceForm::PrepareAndShow(bool showContinue) {
     lQuestion->clear(); // the wording comes with the reveal
     for (int n = 1; n <= m_points; ++n)
         ApplyStyle(lText[std::size_t(n)], Run().question, false);
-    PrepareNavigationBar(showContinue);
+    if (m_design.navigationBar)
+        PrepareNavigationBar(showContinue);
     PrepareBackground();
     show();
     raise();
@@ -211,15 +212,32 @@ void ChoiceForm::Reveal() {
     ShowWording();
 }
 
+void ChoiceForm::RevealAgain() {
+    m_delay.reset();
+    m_itemReady = false;
+    m_revealed = false;
+    lQuestion->hide();
+    Reveal();
+}
+
+QString ChoiceForm::Caption() const {
+    return Item().WordingShown;
+}
+
 void ChoiceForm::ShowWording() {
     const Question& item = Item();
-    if (item.Duration > 0)
+    if (item.Duration > 0 && m_design.timeLimit)
         m_timer1 = State().Clock().Every(1000, [this] { Timer1_Timer(); });
     lQuestion->show();
-    lQuestion->setText(item.WordingShown);
+    lQuestion->setText(Caption());
     m_itemReady = true;
     // Reaction times count from the moment the wording is on the screen.
     State().ItemStart = DrawAndRead(lQuestion);
+}
+
+void ChoiceForm::Unloading() {
+    m_delay.reset();
+    m_timer1.reset();
 }
 
 void ChoiceForm::StopTimer() {

@@ -27,6 +27,10 @@ struct ChoiceDesign {
     bool listFollowsLeft = true;
     /// The controls keep a value of their own, as toggle boxes.
     bool toggles = false;
+    /// The form has the navigation bar of the frame.
+    bool navigationBar = true;
+    /// The item's time limit applies.
+    bool timeLimit = true;
 };
 
 class ChoiceForm : public ItemForm {
@@ -48,6 +52,10 @@ protected:
     void PrepareAndShow(bool showContinue);
     /// The wording shows after the onset delay, the clock starts, and the limit's timer with it.
     void Reveal();
+    /// Hides the wording and reveals it anew, with its own onset delay and clock.
+    void RevealAgain();
+    /// What the wording label shows at the reveal.
+    virtual QString Caption() const;
     /// Asks for the text of a "<specify>" choice n; "<Cancel>" when nothing is given.
     QString AskSpecified(int n);
     /// One step of the visible countdown that starts from `shownFrom` seconds.
@@ -61,6 +69,8 @@ protected:
     QString SkipOfLatestChoice() const;
 
     bool eventFilter(QObject* watched, QEvent* event) override;
+    /// The reveal and the limit end with the form, however it goes.
+    void Unloading() override;
 
     std::array<QPushButton*, kPoints + 1> m_controls{};
     std::array<QLabel*, kPoints + 1> lText{};

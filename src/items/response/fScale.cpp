@@ -17,18 +17,30 @@
 namespace corvane {
 
 fScale::fScale(RunContext& run)
-    : ChoiceForm(run, QStringLiteral("fScale"),
-                 ChoiceDesign{QStringLiteral("bResponse"), 9.6, true, true, false}) {}
+    : fScale(run, QStringLiteral("fScale"),
+             ChoiceDesign{QStringLiteral("bResponse"), 9.6, true, true, false}) {}
+
+fScale::fScale(RunContext& run, const QString& formName, const ChoiceDesign& design)
+    : ChoiceForm(run, formName, design) {}
 
 void fScale::Load() {
     m_itemReady = false;
     PlaceFrameControls();
+    const std::optional<int> points = PointsOrPassOver();
+    if (!points)
+        return;
+    LayOut(*points);
+    PrepareAndShow(false);
+}
+
+std::optional<int> fScale::PointsOrPassOver() {
     const QString parameters = Item().Parameters;
     if (parameters == QLatin1String("?") || parameters.isEmpty() ||
-        parameters.toLower() == QLatin1String("none"))
-        return NoPointsGiven();
-    LayOut(qBound(0, int(ReadNumber(parameters)), kPoints)); // more than twelve: twelve show
-    PrepareAndShow(false);
+        parameters.toLower() == QLatin1String("none")) {
+        NoPointsGiven();
+        return std::nullopt;
+    }
+    return qBound(0, int(ReadNumber(parameters)), kPoints); // more than twelve: twelve show
 }
 
 void fScale::NoPointsGiven() {
@@ -47,13 +59,17 @@ void fScale::ResponseClicked(int index, qint32 itemEnd) {
         return;
     ClickSound(QStringLiteral("CLICK"));
     State().ResponseIndex = QString::number(index);
-    if (Item().skips[std::size_t(index)] == Item().VariableName) {
+    Choose(index, QString::number(index), false);
+}
+
+void fScale::Choose(int choice, const QString& value, bool byKey) {
+    if (!byKey && Item().skips[std::size_t(choice)] == Item().VariableName) {
         // A choice that would jump to this same item is refused, by mouse only.
         State().Boxes().Show(
             MessageBox{State().MessageTitle(), State().Messages[23], BoxIcon::Information});
         return;
     }
-    RecordAndEnd(index, QString::number(index));
+    RecordAndEnd(choice, value);
 }
 
 bool fScale::ItemKey(QKeyEvent* event, qint32 eventTime) {
@@ -78,7 +94,7 @@ void fScale::KeyResponse(int keyCode, Qt::KeyboardModifiers modifiers, qint32 it
         const double v = ReadNumber(state.ResponseIndex);
         if (v > 0 && v <= m_points) {
             ClickSound(QStringLiteral("CLICK"));
-            RecordAndEnd(int(v), NumberToText(v));
+            Choose(int(v), NumberToText(v), true);
             return;
         }
     }
