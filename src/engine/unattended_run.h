@@ -17,6 +17,8 @@ struct UnattendedOptions {
     bool virtualClock = false;
     bool recover = false; // write the records of runs of this experiment that were cut short
     int timeoutSeconds = 0;
+    /// A wave file that the voice key hears in place of the sound server's input.
+    QString voiceInput;
 };
 
 /// Exit statuses of an unattended run.

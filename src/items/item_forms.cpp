@@ -12,6 +12,7 @@
 #include "items/response/fMultResp.h"
 #include "items/response/fRank.h"
 #include "items/response/fScale.h"
+#include "items/response/fVoiceResponse.h"
 
 namespace corvane {
 
@@ -22,6 +23,7 @@ void RegisterProgramForms(PresenterRegistry& forms) {
     forms.Add<fMultResp>({QStringLiteral("multiple response")});
     forms.Add<fFillBlank>({QStringLiteral("fill-in-the-blank")});
     forms.Add<fEssay>({QStringLiteral("essay")});
+    forms.Add<fVoiceResponse>({QStringLiteral("voice response")});
 }
 
 } // namespace corvane

@@ -199,6 +199,8 @@ void ChoiceForm::Reveal() {
         return;
     m_revealed = true;
     const Question& item = Item();
+    if (m_design.limitBeforeDelay)
+        StartLimitTimer();
     if (item.MinResponse > 0) {
         // The form stands without its wording for the onset delay; events are served meanwhile.
         State().ItemStart = State().Clock().Now();
@@ -213,13 +215,18 @@ void ChoiceForm::Reveal() {
 
 void ChoiceForm::ShowWording() {
     const Question& item = Item();
-    if (item.Duration > 0)
-        m_timer1 = State().Clock().Every(1000, [this] { Timer1_Timer(); });
+    if (!m_design.limitBeforeDelay)
+        StartLimitTimer();
     lQuestion->show();
     lQuestion->setText(item.WordingShown);
     m_itemReady = true;
     // Reaction times count from the moment the wording is on the screen.
     State().ItemStart = DrawAndRead(lQuestion);
+}
+
+void ChoiceForm::StartLimitTimer() {
+    if (Item().Duration > 0)
+        m_timer1 = State().Clock().Every(1000, [this] { Timer1_Timer(); });
 }
 
 void ChoiceForm::StopTimer() {

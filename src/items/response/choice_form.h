@@ -27,6 +27,8 @@ struct ChoiceDesign {
     bool listFollowsLeft = true;
     /// The controls keep a value of their own, as toggle boxes.
     bool toggles = false;
+    /// The time limit's timer starts before the onset delay rather than with the wording.
+    bool limitBeforeDelay = false;
 };
 
 class ChoiceForm : public ItemForm {
@@ -74,6 +76,7 @@ private:
     void LayOutVertical(int n, double yoff, double gap);
     void ApplyLabelParameters(int n);
     void ShowWording();
+    void StartLimitTimer();
 
     ChoiceDesign m_design;
     std::array<TwipRect, kPoints + 1> m_button{};
