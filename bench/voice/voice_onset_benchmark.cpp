@@ -65,17 +65,17 @@ void Print(const QString& what, QList<double> errors, bool centred) {
     double mean = 0;
     for (double e : errors)
         mean += e;
-    mean /= errors.size();
+    mean /= double(errors.size());
     double var = 0;
     for (double e : errors)
         var += (e - mean) * (e - mean);
-    const double sd = errors.size() > 1 ? std::sqrt(var / (errors.size() - 1)) : 0;
+    const double sd = errors.size() > 1 ? std::sqrt(var / double(errors.size() - 1)) : 0;
     QList<double> spread;
     for (double e : errors)
         spread << std::abs(centred ? e - mean : e);
     std::sort(spread.begin(), spread.end());
     const double p99 = spread[std::min<qsizetype>(spread.size() - 1,
-                                                   qsizetype(std::ceil(0.99 * spread.size())) - 1)];
+                                                  qsizetype(std::ceil(0.99 * double(spread.size()))) - 1)];
     double worst = spread.back();
     out << QString("%1: n=%2  mean %3 ms  SD %4 ms  p99 |%5| %6 ms  max %7 ms\n")
                .arg(what, -42)
@@ -135,7 +135,7 @@ void SeamFed(const QList<Sound>& sounds, int trials, std::mt19937& random) {
         });
         const qint64 now = state.Clock().NowMicroseconds();
         const KeyResult key = ListenUntil(state, now + (place + 22050) * 1000000 / kVoiceRate);
-        const double trueUs = double(fed->StartUs()) + trueIndex * 1e6 / kVoiceRate;
+        const double trueUs = double(fed->StartUs()) + double(trueIndex) * 1e6 / kVoiceRate;
         stored << key.voiceTime - (trueUs - double(key.startUs)) / 1000.0;
         if (key.onsetUs)
             exact << (*key.onsetUs - trueUs) / 1000.0;
@@ -186,7 +186,7 @@ bool ThroughSoundServer(const QList<Sound>& sounds, int trials, std::mt19937& ra
         const qint64 segmentUs = launchUs + qint64(t) * 2000000;
         RunUntil(clock, segmentUs + 150000);
         const KeyResult key = ListenUntil(state, segmentUs + 2100000);
-        const double trueUs = double(launchUs) + trueIndex[t] * 1e6 / kVoiceRate;
+        const double trueUs = double(launchUs) + double(trueIndex[t]) * 1e6 / kVoiceRate;
         const double recordedUs = double(key.startUs) + key.voiceTime * 1000.0;
         if (!key.onsetUs) {
             ++missed;
@@ -197,7 +197,8 @@ bool ThroughSoundServer(const QList<Sound>& sounds, int trials, std::mt19937& ra
     player.waitForFinished(10000);
     Print("(b) private PulseAudio, recorded - true", errors, false);
     Print("(b) the same, about its constant offset", errors, true);
-    out << "    the constant offset (the mean above) counts from paplay's launch: it holds paplay's "
+    out << "    the constant offset (the mean above) counts from paplay's launch: it holds "
+           "paplay's "
            "start, the server's buffers and the input's latency\n";
     if (missed > 0)
         out << "    " << missed << " trial(s) heard no onset\n";
@@ -223,7 +224,8 @@ int main(int argc, char* argv[]) {
             folder = args[i];
     }
     if (folder.isEmpty() || trials < 1) {
-        out << "usage: bench_voice_onset SOUNDS_FOLDER [--trials N] [--seam-only | --server-only]\n";
+        out << "usage: bench_voice_onset SOUNDS_FOLDER [--trials N] [--seam-only | "
+               "--server-only]\n";
         return 2;
     }
     QTemporaryDir settings;

@@ -29,8 +29,9 @@ std::optional<QString> AudioInputSource::Start() {
         return QStringLiteral("the sound input '%1' does not record at 44100 Hz, 8 bits, mono")
             .arg(m_device.description());
     m_audio = new QAudioSource(m_device, format, this);
-    // Small blocks: each one is a chance to see the stream arrive without delay.
-    m_audio->setBufferSize(kVoiceRate / 50);
+    // Blocks of 50 ms: each one is a chance to see the stream arrive without delay, and the
+    // buffer still rides out a busy moment of the program.
+    m_audio->setBufferSize(kVoiceRate / 20);
     connect(m_audio, &QAudioSource::stateChanged, this, &AudioInputSource::StateChanged);
     m_stream = m_audio->start();
     if (!m_stream || m_audio->error() != QAudio::NoError) {

@@ -1,6 +1,7 @@
 // A sound server of a test's own: PulseAudio started in a private runtime folder, with a null
-// sink whose monitor is the default input, so that what is played into the sink is what a
-// recording program hears. Nothing of the machine's own sound set-up is used or touched.
+// sink whose monitor, remapped into an ordinary source (Qt Multimedia lists no monitors as
+// inputs), is the default input: what is played into the sink is what a recording program
+// hears. Nothing of the machine's own sound set-up is used or touched.
 #pragma once
 
 #include <QDir>
@@ -38,7 +39,9 @@ public:
         config.write(QString("load-module module-null-sink sink_name=corvane_sink rate=44100 "
                              "channels=1\n"
                              "set-default-sink corvane_sink\n"
-                             "set-default-source corvane_sink.monitor\n"
+                             "load-module module-remap-source master=corvane_sink.monitor "
+                             "source_name=corvane_input\n"
+                             "set-default-source corvane_input\n"
                              "load-module module-native-protocol-unix auth-anonymous=1 socket=%1\n")
                          .arg(socket)
                          .toUtf8());
@@ -112,10 +115,11 @@ public:
                !streams.trimmed().isEmpty();
     }
 
-    /// Starts playing a wave file into the sink; the player runs on in `player`.
+    /// Starts playing a wave file into the sink, with small buffers; the player runs on in
+    /// `player`.
     void Play(QProcess& player, const QString& wave) const {
         player.setProcessEnvironment(m_env);
-        player.start(m_paplay, {wave});
+        player.start(m_paplay, {"--latency-msec=10", wave});
     }
 
 private:

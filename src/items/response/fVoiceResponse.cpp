@@ -12,7 +12,6 @@
 #include <QFrame>
 #include <QKeyEvent>
 #include <QPushButton>
-#include <QTimer>
 
 namespace corvane {
 
@@ -68,15 +67,9 @@ void fVoiceResponse::Load() {
     }
     LayOut(qBound(0, int(points), kPoints));
     PrepareAndShow(true);
-}
-
-// The key starts at the form's first painting, from the event loop rather than the painting.
-void fVoiceResponse::paintEvent(QPaintEvent* event) {
-    ChoiceForm::paintEvent(event);
-    if (m_keyStarted)
-        return;
-    m_keyStarted = true;
-    QTimer::singleShot(0, this, [this] { RunVoiceKey(); });
+    // The form has been drawn by now (the reveal waits for the screen): the key starts, as at
+    // the form's first painting.
+    RunVoiceKey();
 }
 
 // A form that goes before its key has stopped (the run ended by the operator) keeps the voice
@@ -100,7 +93,7 @@ QString fVoiceResponse::RecordingPath() const {
 }
 
 void fVoiceResponse::RunVoiceKey() {
-    if (!isVisible() || m_key)
+    if (m_key)
         return;
     const Question& item = Item();
     m_key = std::make_unique<clAudioRT>(State(), item.VariableName);

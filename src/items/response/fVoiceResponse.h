@@ -26,7 +26,6 @@ protected:
     bool ItemKey(QKeyEvent* event, qint32 eventTime) override;
     void ResponseClicked(int index, qint32 itemEnd) override;
     void Timer1_Timer() override;
-    void paintEvent(QPaintEvent* event) override;
     void hideEvent(QHideEvent* event) override;
 
 private:
@@ -46,7 +45,6 @@ private:
     qint16 m_boxTicked = 0;
     bool m_voiceStop = false;
     bool m_voiceDone = false;
-    bool m_keyStarted = false;
 };
 
 } // namespace corvane
