@@ -85,6 +85,7 @@ void Print(const QString& what, QList<double> errors, bool centred) {
                .arg(centred ? "error - mean" : "error")
                .arg(p99, 0, 'f', 3)
                .arg(worst, 0, 'f', 3);
+    out.flush();
 }
 
 // Runs the event loop until the run clock reaches `untilUs`.
