@@ -74,8 +74,8 @@ void Print(const QString& what, QList<double> errors, bool centred) {
     for (double e : errors)
         spread << std::abs(centred ? e - mean : e);
     std::sort(spread.begin(), spread.end());
-    const double p99 = spread[std::min<qsizetype>(spread.size() - 1,
-                                                  qsizetype(std::ceil(0.99 * double(spread.size()))) - 1)];
+    const double p99 = spread[std::min<qsizetype>(
+        spread.size() - 1, qsizetype(std::ceil(0.99 * double(spread.size()))) - 1)];
     double worst = spread.back();
     out << QString("%1: n=%2  mean %3 ms  SD %4 ms  p99 |%5| %6 ms  max %7 ms\n")
                .arg(what, -42)
