@@ -119,7 +119,7 @@ public:
     /// `player`.
     void Play(QProcess& player, const QString& wave) const {
         player.setProcessEnvironment(m_env);
-        player.start(m_paplay, {"--latency-msec=10", wave});
+        player.start(m_paplay, {"--latency-msec=50", wave});
     }
 
 private:

@@ -160,18 +160,17 @@ private slots:
         QCOMPARE(recording->format.bits, quint16(8));
         QCOMPARE(recording->format.channels, quint16(1));
         QVERIFY(recording->samples.size() > kRate / 2);
-        // The tone is in the recording, whole.
-        qint64 first = -1, last = -1;
+        // The tone is in the recording, whole (a busy server may have played a gap into it).
+        qint64 first = -1, loud = 0;
         for (qint64 n = 0; n < recording->samples.size(); ++n) {
-            const int level = std::abs(quint8(recording->samples[n]) - 128);
-            if (level >= 50) {
+            if (std::abs(quint8(recording->samples[n]) - 128) >= 50) {
                 if (first < 0)
                     first = n;
-                last = n;
+                ++loud;
             }
         }
         QVERIFY(first > 0);
-        QVERIFY2(std::abs((last - first) - 13230) <= 2, qPrintable(QString::number(last - first)));
+        QVERIFY2(std::abs(loud - 13230) <= 2, qPrintable(QString::number(loud)));
         // The key's time is that sample's place in the stream, which the stream's first sample
         // can't precede: it is heard at or after the start of listening (the server may take a
         // while to send the first block, which the map counts in).
