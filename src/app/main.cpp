@@ -68,6 +68,11 @@ struct Options {
     QCommandLineOption timeout{QStringLiteral("timeout"),
                                QStringLiteral("End a run still going after SECONDS."),
                                QStringLiteral("SECONDS")};
+    QCommandLineOption voiceInput{
+        QStringLiteral("voice-input"),
+        QStringLiteral("The voice key hears FILE (a wave file of 44100 Hz, 8 bits, mono) in "
+                       "place of the sound server's input."),
+        QStringLiteral("FILE")};
     // For the documentation's pictures: the screen after start-up, saved, then the end.
     QCommandLineOption screenshot{QStringLiteral("screenshot"),
                                   QStringLiteral("Save a picture of the screen to FILE a few "
@@ -107,7 +112,7 @@ int main(int argc, char* argv[]) {
     options.screenshot.setFlags(QCommandLineOption::HiddenFromHelp);
     parser.addOptions({options.run, options.subject, options.condition, options.script,
                        options.seed, options.virtualClock, options.messageLog, options.recover,
-                       options.timeout, options.screenshot});
+                       options.timeout, options.voiceInput, options.screenshot});
     parser.addPositionalArgument(
         QStringLiteral("FILE"),
         QStringLiteral("An experiment (.exp) or questionnaire (.que) to open for a participant; "
@@ -125,6 +130,7 @@ int main(int argc, char* argv[]) {
         run.messageLog = parser.value(options.messageLog);
         run.virtualClock = parser.isSet(options.virtualClock);
         run.recover = parser.isSet(options.recover);
+        run.voiceInput = parser.value(options.voiceInput);
         bool ok = true;
         if (parser.isSet(options.seed))
             run.seed = parser.value(options.seed).toULongLong(&ok);

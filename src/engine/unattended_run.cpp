@@ -1,6 +1,8 @@
 #include "engine/unattended_run.h"
 
 #include "definitions/single_questionnaire.h"
+#include "devices/fed_sample_source.h"
+#include "devices/voice_input.h"
 #include "engine/fCodes.h"
 #include "engine/fMain.h"
 #include "engine/run_script.h"
@@ -495,6 +497,20 @@ private:
     std::thread m_thread;
 };
 
+// Every voice key of the run hears the file from its own start, at the pace of the run clock.
+bool FeedVoiceInput(const QString& path, QTextStream& err) {
+    QString why;
+    const auto samples = FedSampleSource::ReadSamples(path, &why);
+    if (!samples) {
+        err << path << ": the voice input can not be used (" << why << ")" << Qt::endl;
+        return false;
+    }
+    SetVoiceInput([samples = *samples](RunClock& clock) {
+        return std::make_unique<FedSampleSource>(clock, samples);
+    });
+    return true;
+}
+
 } // namespace
 
 int RunUnattended(const UnattendedOptions& options) {
@@ -522,6 +538,9 @@ int RunUnattended(const UnattendedOptions& options) {
         }
         log.setDevice(&logFile);
     }
+
+    if (!options.voiceInput.isEmpty() && !FeedVoiceInput(options.voiceInput, err))
+        return UnattendedExit::NotStarted;
 
     QString problem;
     if (!ProgramFolder::Seed(&problem))

@@ -28,6 +28,8 @@ struct UnattendedOptions {
     /// participant answers what is on the screen); nothing more ends the run as a used-up
     /// script does.
     std::function<std::vector<ScriptAction>(const RunState&, const RunSession&)> moreInput;
+    /// A wave file that the voice key hears in place of the sound server's input.
+    QString voiceInput;
 };
 
 /// Exit statuses of an unattended run.

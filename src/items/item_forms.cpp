@@ -21,6 +21,7 @@
 #include "items/response/fScale.h"
 #include "items/response/fThoughtListing.h"
 #include "items/response/fThoughtRate.h"
+#include "items/response/fVoiceResponse.h"
 
 namespace corvane {
 
@@ -42,6 +43,7 @@ void RegisterProgramForms(PresenterRegistry& forms) {
     forms.Add<fThoughtListing>({QStringLiteral("thought listing"), QStringLiteral("recall list")});
     forms.Add<fThoughtRate>({QStringLiteral("thought rating")});
     forms.AddOverlay<fOnLine>({QStringLiteral("on-line rating")});
+    forms.Add<fVoiceResponse>({QStringLiteral("voice response")});
 }
 
 } // namespace corvane

@@ -12,6 +12,12 @@ qint32 SteadyRunClock::Now() const {
     return static_cast<qint32>(static_cast<quint32>(ms));
 }
 
+qint64 SteadyRunClock::NowMicroseconds() const {
+    timespec ts{};
+    clock_gettime(CLOCK_MONOTONIC, &ts);
+    return qint64(ts.tv_sec) * 1000000 + qint64(ts.tv_nsec) / 1000;
+}
+
 namespace {
 
 class QtRunTimer : public RunTimer {

@@ -23,6 +23,9 @@ public:
     virtual ~RunClock() = default;
     /// Milliseconds now, wrapping like a 32-bit counter.
     virtual qint32 Now() const = 0;
+    /// The same clock in microseconds, without the 32-bit wrap: for times finer than a
+    /// millisecond, such as the moment of a sound within a stream of samples.
+    virtual qint64 NowMicroseconds() const { return qint64(Now()) * 1000; }
     /// Calls `tick` every `intervalMs` until the timer is stopped or released.
     virtual std::unique_ptr<RunTimer> Every(int intervalMs, std::function<void()> tick) = 0;
     /// Calls `done` once, `ms` from now.
@@ -39,6 +42,7 @@ inline qint32 Elapsed(qint32 from, qint32 to) {
 class SteadyRunClock : public RunClock {
 public:
     qint32 Now() const override;
+    qint64 NowMicroseconds() const override;
     std::unique_ptr<RunTimer> Every(int intervalMs, std::function<void()> tick) override;
     std::unique_ptr<RunTimer> After(int ms, std::function<void()> done) override;
 };
@@ -46,8 +50,9 @@ public:
 /// A clock that moves only by `Advance`.
 class VirtualRunClock : public RunClock {
 public:
-    explicit VirtualRunClock(qint32 start = 1000000) : m_now(start) {}
+    explicit VirtualRunClock(qint32 start = 1000000) : m_now(start), m_start(start) {}
     qint32 Now() const override { return m_now; }
+    qint64 NowMicroseconds() const override { return (m_start + m_elapsed) * 1000; }
     std::unique_ptr<RunTimer> Every(int intervalMs, std::function<void()> tick) override;
     std::unique_ptr<RunTimer> After(int ms, std::function<void()> done) override;
     /// Moves the clock on by `ms`, firing each timer at its due time, in order.
@@ -68,6 +73,7 @@ private:
     std::unique_ptr<RunTimer> Add(Entry entry);
 
     qint32 m_now;
+    qint64 m_start;
     qint64 m_elapsed = 0; // since the start, without wrapping
     quint64 m_nextId = 1;
     // Shared with the handles, so that a timer let go after its clock is harmless.

@@ -160,6 +160,8 @@ public:
     ParameterList Parameters;
     Flag ResponsesWorkbookOn = False;
     Flag VoiceFolderReady = False;
+    /// The faults of the sound input told so far, each told once.
+    QStringList VoiceInputFaultsTold;
     Flag TTLFormLoaded = False;
 
     /// `Questions` with its sentinel only.

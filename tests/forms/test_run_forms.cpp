@@ -102,7 +102,9 @@ private slots:
                                       << "fInstruction";
         QTest::newRow("ranking") << "ranking"
                                  << "fRank";
-        QTest::newRow("no form yet") << "voice response"
+        QTest::newRow("voice response") << "voice response"
+                                        << "fVoiceResponse";
+        QTest::newRow("no form yet") << "on-line rating"
                                      << "";
     }
     void theProgramRegistersItsForms() {

@@ -80,7 +80,7 @@ class TestUnattended : public QObject {
             "WriteRT\n"
             "1,scale response,f1,How?,(p5),yes,yes\n2,scale response,f2,Why?,(p5),yes,yes\n");
         // An item of a kind that has no form yet, which the run passes over.
-        MakeDefinition(m_dir->path(), "second.que", items + "1,voice response,s1\n");
+        MakeDefinition(m_dir->path(), "second.que", items + "1,on-line rating,s1\n");
         MakeDefinition(m_dir->path(), "empty.que", items);
         MakeDefinition(m_dir->path(), "study.exp",
                        "Condition,position,file\nA,1,first.que\nA,2,second.que\n"
@@ -174,7 +174,7 @@ private slots:
                        "Condition,position,file\nA,1,second.que\nA,2,empty.que\nB,1,second.que\n"
                        "B,2,second.que\n");
         MakeDefinition(m_dir->path(), "empty.que",
-                       "questionnumber,QuestionType,VariableName\n1,voice response,e\n");
+                       "questionnumber,QuestionType,VariableName\n1,on-line rating,e\n");
         const RunResult result = Run("study.exp", "1", "x");
         QCOMPARE(result.exitCode, 0);
         QCOMPARE(ReadAll(Path("autostart.txt")), QByteArray("21,a*\r\n22,B*\r\n23,a*\r\n"));

@@ -200,6 +200,8 @@ void ChoiceForm::Reveal() {
         return;
     m_revealed = true;
     const Question& item = Item();
+    if (m_design.limitBeforeDelay)
+        StartLimitTimer();
     if (item.MinResponse > 0) {
         // The form stands without its wording for the onset delay; events are served meanwhile.
         State().ItemStart = State().Clock().Now();
@@ -226,8 +228,8 @@ QString ChoiceForm::Caption() const {
 
 void ChoiceForm::ShowWording() {
     const Question& item = Item();
-    if (item.Duration > 0 && m_design.timeLimit)
-        m_timer1 = State().Clock().Every(1000, [this] { Timer1_Timer(); });
+    if (!m_design.limitBeforeDelay)
+        StartLimitTimer();
     lQuestion->show();
     lQuestion->setText(Caption());
     m_itemReady = true;
@@ -238,6 +240,11 @@ void ChoiceForm::ShowWording() {
 void ChoiceForm::Unloading() {
     m_delay.reset();
     m_timer1.reset();
+}
+
+void ChoiceForm::StartLimitTimer() {
+    if (Item().Duration > 0 && m_design.timeLimit)
+        m_timer1 = State().Clock().Every(1000, [this] { Timer1_Timer(); });
 }
 
 void ChoiceForm::StopTimer() {

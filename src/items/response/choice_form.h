@@ -31,6 +31,8 @@ struct ChoiceDesign {
     bool navigationBar = true;
     /// The item's time limit applies.
     bool timeLimit = true;
+    /// The time limit's timer starts before the onset delay rather than with the wording.
+    bool limitBeforeDelay = false;
 };
 
 class ChoiceForm : public ItemForm {
@@ -84,6 +86,7 @@ private:
     void LayOutVertical(int n, double yoff, double gap);
     void ApplyLabelParameters(int n);
     void ShowWording();
+    void StartLimitTimer();
 
     ChoiceDesign m_design;
     std::array<TwipRect, kPoints + 1> m_button{};
