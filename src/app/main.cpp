@@ -64,6 +64,15 @@ struct Options {
     QCommandLineOption timeout{QStringLiteral("timeout"),
                                QStringLiteral("End a run still going after SECONDS."),
                                QStringLiteral("SECONDS")};
+    QCommandLineOption allowPrograms{
+        QStringLiteral("allow-programs"),
+        QStringLiteral("Let the unattended run start the outside programs that the experiment "
+                       "names; without it they are refused.")};
+    QCommandLineOption wallClock{
+        QStringLiteral("wall-clock"),
+        QStringLiteral("Start the run's time of day at DATETIME (ISO 8601); with --virtual-clock "
+                       "the times of day in the browser log are then reproducible."),
+        QStringLiteral("DATETIME")};
     // For the documentation's pictures: the screen after start-up, saved, then the end.
     QCommandLineOption screenshot{QStringLiteral("screenshot"),
                                   QStringLiteral("Save a picture of the screen to FILE a few "
@@ -76,6 +85,8 @@ struct Options {
 int main(int argc, char* argv[]) {
     g_defaultHandler = qInstallMessageHandler(WithoutRuntimeFolderNote);
     const bool noDisplay = UseOffscreenWithoutDisplay();
+    // The web pages share the program's graphics context; this must be set before the application.
+    QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Corvane"));
     QApplication::setApplicationVersion(QStringLiteral(CORVANE_VERSION));
@@ -90,7 +101,8 @@ int main(int argc, char* argv[]) {
     options.screenshot.setFlags(QCommandLineOption::HiddenFromHelp);
     parser.addOptions({options.run, options.subject, options.condition, options.script,
                        options.seed, options.virtualClock, options.messageLog, options.recover,
-                       options.timeout, options.screenshot});
+                       options.timeout, options.screenshot, options.allowPrograms,
+                       options.wallClock});
     parser.addPositionalArgument(
         QStringLiteral("FILE"),
         QStringLiteral("An experiment (.exp) or questionnaire (.que) to open for a participant; "
@@ -108,6 +120,8 @@ int main(int argc, char* argv[]) {
         run.messageLog = parser.value(options.messageLog);
         run.virtualClock = parser.isSet(options.virtualClock);
         run.recover = parser.isSet(options.recover);
+        run.allowPrograms = parser.isSet(options.allowPrograms);
+        run.wallClockStart = parser.value(options.wallClock);
         bool ok = true;
         if (parser.isSet(options.seed))
             run.seed = parser.value(options.seed).toULongLong(&ok);

@@ -21,6 +21,7 @@ struct ExperimentLoadHooks {
 struct ExperimentNeeds {
     bool word = false;
     bool wordPerfect = false;
+    bool web = false; // web pages in the list: the web engine is started before the run
 };
 
 /// Loads `ExperimentFile` for `ConditionID` from the working folder. True when the run can

@@ -7,6 +7,7 @@
 #include "engine/fPassword.h"
 #include "engine/media_output.h"
 #include "engine/presenter_registry.h"
+#include "engine/web_pages.h"
 #include "engine/word_processor.h"
 #include "output/data_by_questionnaire.h"
 #include "output/data_by_variable.h"
@@ -38,6 +39,14 @@ RunSession::RunSession(RunState& state, Preferences& preferences, QObject* paren
         m_media->PlayClick(ProgramFolder::FilePath(QStringLiteral("utilities/sounds/click.wav")));
     };
     m_context.outputSettings = [this] { return OutputSettings(); };
+    m_context.wallNow = [this] {
+        return m_wallStart.addMSecs(Elapsed(m_wallClockStart, m_state.Clock().Now()));
+    };
+    m_programs.emplace(m_state, ProgramPolicy::Ask);
+    m_context.mayStartProgram = [this](const QString& program, const QString& arguments,
+                                       const QString& namedIn) {
+        return m_programs->MayStart(program, arguments, namedIn);
+    };
     TakeLook();
 }
 
@@ -97,12 +106,24 @@ void RunSession::ReadExperimentInfo() {
         OpenWordProcessor(m_state, QStringLiteral("doc"), m_preferences.WordFolder, FirstPanel);
     if (needs.wordPerfect)
         OpenWordProcessor(m_state, QStringLiteral("wpd"), m_preferences.WordFolder, FirstPanel);
+    StartWallClock();
+    SetWebFolder(m_state.ExperimentFolder);
+    if (needs.web)
+        WarmWebEngine();
     m_journal = RunJournal::Begin(m_state, OutputSettings());
     m_driver.Order().Journal = m_journal.get();
     m_recordMissing = false;
     m_active = true;
     emit RunStarted();
     m_driver.StartExperiment();
+}
+
+void RunSession::StartWallClock() {
+    // A fixed start holds for the first run only; later sessions go on from where it stands.
+    m_wallStart = m_fixedWallStart.isValid() ? m_fixedWallStart : QDateTime::currentDateTime();
+    if (m_fixedWallStart.isValid() && m_wallClockStart != 0)
+        m_wallStart = m_context.wallNow();
+    m_wallClockStart = m_state.Clock().Now();
 }
 
 void RunSession::LoadPreferences(const QString& quickStyle) {
@@ -125,13 +146,26 @@ void RunSession::ShowRunScreen() {
     m_backdrop->OperatorKeys = [this](bool control, bool alt) {
         m_driver.OperatorKeys(control, alt);
     };
-    m_backdrop->ContinueClicked = [this] { m_driver.NextFile(); };
+    m_backdrop->ContinueClicked = [this] { BackdropContinue(); };
     if (QGuiApplication::platformName() == QLatin1String("offscreen"))
         m_backdrop->show();
     else
         m_backdrop->showFullScreen();
     m_backdrop->activateWindow();
     m_backdrop->setFocus();
+}
+
+// The backdrop's Continue, the way on while another program has the screen: the common ending
+// of the item in hand, or the next entry of the list.
+void RunSession::BackdropContinue() {
+    UnloadCurrentForm();
+    if (m_state.CurrentQuestion < 1) {
+        m_driver.NextFile();
+        return;
+    }
+    m_state.ItemEnd = m_state.Clock().Now();
+    m_driver.EndItem(QStringLiteral("ok"),
+                     m_state.Questions[std::size_t(m_state.CurrentQuestion)].skip);
 }
 
 void RunSession::UnloadTimerForm() {

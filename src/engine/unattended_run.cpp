@@ -527,6 +527,9 @@ int RunUnattended(const UnattendedOptions& options) {
     ConvertOldPreferences(state);
     LoadPreferences(state, preferences, QString());
     RunSession session(state, preferences);
+    session.SetProgramPolicy(options.allowPrograms ? ProgramPolicy::Allow : ProgramPolicy::Refuse);
+    if (!options.wallClockStart.isEmpty())
+        session.SetWallClockStart(QDateTime::fromString(options.wallClockStart, Qt::ISODate));
     session.SetCharsetOverride(
         SettingsStore::Get(QStringLiteral("Corvane"), QStringLiteral("CharacterSet"), -1).toInt());
     UnattendedRunner runner(options, state, session, boxesRef, answers, std::move(actions));

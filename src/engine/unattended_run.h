@@ -17,6 +17,8 @@ struct UnattendedOptions {
     bool virtualClock = false;
     bool recover = false; // write the records of runs of this experiment that were cut short
     int timeoutSeconds = 0;
+    bool allowPrograms = false; // outside programs that the experiment names may start
+    QString wallClockStart;     // ISO date and time at which the run's wall clock starts
 };
 
 /// Exit statuses of an unattended run.

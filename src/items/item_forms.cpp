@@ -6,7 +6,10 @@
 // so such a form would be missing from the program without a word. This list names every form,
 // and the registry names the list, so all of them are always linked in.
 #include "engine/presenter_registry.h"
+#include "items/media/fExecutable.h"
+#include "items/media/fHtml.h"
 #include "items/media/fInstruction.h"
+#include "items/media/tachyra_session.h"
 #include "items/response/fEssay.h"
 #include "items/response/fFillBlank.h"
 #include "items/response/fMultResp.h"
@@ -22,6 +25,11 @@ void RegisterProgramForms(PresenterRegistry& forms) {
     forms.Add<fMultResp>({QStringLiteral("multiple response")});
     forms.Add<fFillBlank>({QStringLiteral("fill-in-the-blank")});
     forms.Add<fEssay>({QStringLiteral("essay")});
+    forms.Add<fHtml>({QStringLiteral("html"), QStringLiteral("webtracker")},
+                     {FileKindClass::WebPage});
+    forms.Add<fExecutable>({QStringLiteral("executable"), QStringLiteral("inquisit session")},
+                           {FileKindClass::Program});
+    forms.Add<TachyraSession>({QStringLiteral("tachyra")}, {FileKindClass::TachyraSession});
 }
 
 } // namespace corvane
