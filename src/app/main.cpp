@@ -48,9 +48,10 @@ struct Options {
     QCommandLineOption script{QStringLiteral("script"),
                               QStringLiteral("Input for the run, one action a line."),
                               QStringLiteral("FILE")};
-    QCommandLineOption seed{QStringLiteral("seed"),
-                            QStringLiteral("Seed the random generator once with N, for the whole run."),
-                            QStringLiteral("N")};
+    QCommandLineOption seed{
+        QStringLiteral("seed"),
+        QStringLiteral("Seed the random generator once with N, for the whole run."),
+        QStringLiteral("N")};
     QCommandLineOption virtualClock{
         QStringLiteral("virtual-clock"),
         QStringLiteral("A run clock that moves only by the script's waits.")};

@@ -184,14 +184,21 @@ ScriptAction ParseLine(const QString& line, int number) {
         return action;
     }
 
+    if (verb == QLatin1String("page")) {
+        action.kind = ScriptActionKind::Page;
+        action.text = line.mid(end + 1);
+        return action;
+    }
+
     const QStringList words =
         line.mid(end).split(QRegularExpression(QStringLiteral("[ \\t]+")), Qt::SkipEmptyParts);
-    if (verb == QLatin1String("wait")) {
-        action.kind = ScriptActionKind::Wait;
+    if (verb == QLatin1String("wait") || verb == QLatin1String("sleep")) {
+        action.kind =
+            verb == QLatin1String("wait") ? ScriptActionKind::Wait : ScriptActionKind::Sleep;
         const auto args = Arguments(words, 1);
         const auto ms = args ? WholeNumber(args->at(0), false) : std::nullopt;
         if (!ms)
-            Refuse(number, QStringLiteral("wait takes milliseconds"));
+            Refuse(number, verb + QStringLiteral(" takes milliseconds"));
         action.ms = *ms;
     } else if (verb == QLatin1String("key")) {
         action.kind = ScriptActionKind::Key;
@@ -252,6 +259,10 @@ QString ScriptAction::Describe() const {
         return QStringLiteral("drag %1 %2 %3").arg(name).arg(dx).arg(dy);
     case ScriptActionKind::Answer:
         return QStringLiteral("answer ") + text;
+    case ScriptActionKind::Sleep:
+        return QStringLiteral("sleep %1").arg(ms);
+    case ScriptActionKind::Page:
+        return text.isEmpty() ? QStringLiteral("page") : QStringLiteral("page ") + text;
     }
     return {};
 }

@@ -28,6 +28,8 @@
 #include <QPointer>
 #include <QThread>
 #include <QTimer>
+#include <QWebEngineHistory>
+#include <QWebEngineView>
 #include <QWidget>
 #include <algorithm>
 #include <chrono>
@@ -113,6 +115,8 @@ void SendMouse(QWidget* target, QEvent::Type type, const QPoint& at, Qt::MouseBu
 }
 
 constexpr int kEndKeyPollMs = 50;
+constexpr int kPageWaitMs = 15000;
+constexpr int kPagePollMs = 20;
 constexpr int kMostNestedForms = 16;
 
 class UnattendedRunner : public QObject {
@@ -227,12 +231,20 @@ private:
         const ScriptAction& action = m_actions[m_next++];
         if (action.kind == ScriptActionKind::Wait)
             return Wait(action.ms);
+        if (action.kind == ScriptActionKind::Page)
+            return DrivePage(action);
+        if (action.kind == ScriptActionKind::Sleep) {
+            QTimer::singleShot(action.ms, this, [this] { ScheduleStep(); });
+            return;
+        }
         // The next step is due before this one acts: an action that brings up a form with a
         // loop of its own (the exit password) returns only when that form closes, and the rest
         // of the script, or its end key, is what closes it.
         ScheduleStep();
         switch (action.kind) {
         case ScriptActionKind::Wait:
+        case ScriptActionKind::Page:
+        case ScriptActionKind::Sleep:
             break;
         case ScriptActionKind::Answer:
             m_answers.Push(action.text);
@@ -312,6 +324,54 @@ private:
             return ScheduleStep();
         }
         QTimer::singleShot(ms, this, [this] { ScheduleStep(); });
+    }
+
+    // The page of the form on the screen: its own web view, else the first page a label shows.
+    QWebEngineView* PageOnScreen() const {
+        QWidget* form = m_session.CurrentForm();
+        if (!form || !form->isVisible())
+            return nullptr;
+        if (auto* view = form->findChild<QWebEngineView*>(QStringLiteral("WebBrowser1")))
+            return view;
+        return form->findChild<QWebEngineView*>();
+    }
+
+    // Pages load in real time while the run clock stands still, so that the times of a page's
+    // stay depend on the script alone.
+    void DrivePage(const ScriptAction& action) {
+        QPointer<QWebEngineView> view = PageOnScreen();
+        if (!view) {
+            m_boxes.Note(QStringLiteral("line %1: there is no web page on the screen").arg(action.line));
+            return ScheduleStep();
+        }
+        auto done = std::make_shared<bool>(false);
+        auto finish = [this, done] {
+            if (*done)
+                return;
+            *done = true;
+            ScheduleStep();
+        };
+        QTimer::singleShot(kPageWaitMs, this, [this, done, finish, line = action.line] {
+            if (!*done)
+                m_boxes.Note(QStringLiteral("line %1: the page did not load within %2 s")
+                                 .arg(line)
+                                 .arg(kPageWaitMs / 1000));
+            finish();
+        });
+        if (!action.text.isEmpty()) {
+            connect(view, &QWebEngineView::loadFinished, this, finish, Qt::SingleShotConnection);
+            view->page()->runJavaScript(action.text);
+            return;
+        }
+        auto poll = std::make_shared<std::function<void()>>();
+        *poll = [this, view, done, finish, poll] {
+            if (*done)
+                return;
+            if (!view || (!view->page()->isLoading() && view->page()->history()->count() > 0))
+                return finish();
+            QTimer::singleShot(kPagePollMs, this, *poll);
+        };
+        (*poll)();
     }
 
     void PressEndKey() {
