@@ -341,7 +341,8 @@ private:
     void DrivePage(const ScriptAction& action) {
         QPointer<QWebEngineView> view = PageOnScreen();
         if (!view) {
-            m_boxes.Note(QStringLiteral("line %1: there is no web page on the screen").arg(action.line));
+            m_boxes.Note(
+                QStringLiteral("line %1: there is no web page on the screen").arg(action.line));
             return ScheduleStep();
         }
         auto done = std::make_shared<bool>(false);
