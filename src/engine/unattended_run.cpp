@@ -6,6 +6,7 @@
 #include "engine/run_script.h"
 #include "engine/run_session.h"
 #include "engine/scripted_boxes.h"
+#include "engine/web_pages.h"
 #include "output/recovery.h"
 #include "preferences/load_preferences.h"
 #include "preferences/old_preferences.h"
@@ -28,7 +29,6 @@
 #include <QPointer>
 #include <QThread>
 #include <QTimer>
-#include <QWebEngineHistory>
 #include <QWebEngineView>
 #include <QWidget>
 #include <algorithm>
@@ -368,7 +368,7 @@ private:
         *poll = [this, view, done, finish, poll] {
             if (*done)
                 return;
-            if (!view || (!view->page()->isLoading() && view->page()->history()->count() > 0))
+            if (!view || PageLoaded(view))
                 return finish();
             QTimer::singleShot(kPagePollMs, this, *poll);
         };

@@ -4,6 +4,9 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QPointer>
+#include <QWebEngineCookieStore>
+#include <QWebEngineHistory>
 #include <QWebEngineProfile>
 #include <QWebEngineSettings>
 #include <QWebEngineUrlRequestInterceptor>
@@ -14,6 +17,10 @@ namespace corvane {
 namespace {
 
 QString g_webFolder;
+// Views given back by web items, for the next one; a page process takes long to start.
+QList<QPointer<QWebEngineView>> g_spareViews;
+constexpr int kMostSpareViews = 2;
+const char* const kLoaded = "corvanePageLoaded";
 
 // Requests of the pages themselves (pictures, frames, scripts) meet the same rule as navigation.
 class LocalFileGuard : public QWebEngineUrlRequestInterceptor {
@@ -40,6 +47,8 @@ QWebEngineProfile* RunProfile() {
 } // namespace
 
 void SetWebFolder(const QString& experimentFolder) {
+    RunProfile()->cookieStore()->deleteAllCookies();
+    RunProfile()->clearHttpCache();
     const QFileInfo folder(experimentFolder);
     g_webFolder = folder.exists() ? folder.canonicalFilePath() : folder.absoluteFilePath();
 }
@@ -69,6 +78,11 @@ bool RunWebPage::acceptNavigationRequest(const QUrl& url, NavigationType type, b
 QWebEngineView* MakeRunWebView(QWidget* parent) {
     auto* view = new QWebEngineView(parent);
     view->setPage(new RunWebPage(view));
+    view->setProperty(kLoaded, false);
+    QObject::connect(view, &QWebEngineView::loadStarted, view,
+                     [view] { view->setProperty(kLoaded, false); });
+    QObject::connect(view, &QWebEngineView::loadFinished, view,
+                     [view] { view->setProperty(kLoaded, true); });
     return view;
 }
 
@@ -87,15 +101,45 @@ QUrl PageAddress(const QString& name, const QString& experimentFolder) {
     return QUrl::fromLocalFile(found ? *found : path);
 }
 
-void WarmWebEngine() {
-    static QWebEngineView* warm = nullptr;
-    if (warm)
+bool PageLoaded(const QWebEngineView* view) {
+    return view->property(kLoaded).toBool() && !view->page()->isLoading();
+}
+
+QWebEngineView* TakeRunWebView(QWidget* parent) {
+    while (!g_spareViews.isEmpty()) {
+        QPointer<QWebEngineView> view = g_spareViews.takeLast();
+        if (!view)
+            continue;
+        view->setParent(parent);
+        return view;
+    }
+    return MakeRunWebView(parent);
+}
+
+void ReturnRunWebView(QWebEngineView* view) {
+    if (!view)
         return;
-    warm = MakeRunWebView(nullptr);
-    warm->setAttribute(Qt::WA_DontShowOnScreen);
-    warm->resize(64, 64);
-    warm->show();
-    warm->setHtml(QStringLiteral("<html><body></body></html>"));
+    if (g_spareViews.size() >= kMostSpareViews) {
+        view->deleteLater();
+        return;
+    }
+    if (auto* page = qobject_cast<RunWebPage*>(view->page()))
+        page->BeforeNavigate = nullptr;
+    view->stop();
+    view->hide();
+    view->setParent(nullptr);
+    view->history()->clear();
+    view->setProperty(kLoaded, false);
+    g_spareViews.append(view);
+}
+
+void WarmWebEngine() {
+    if (!g_spareViews.isEmpty())
+        return;
+    auto* warm = MakeRunWebView(nullptr);
+    // A page of the experiment's folder, so that its process is the one later pages use.
+    warm->setUrl(QUrl::fromLocalFile(g_webFolder + QStringLiteral("/")));
+    g_spareViews.append(warm);
 }
 
 } // namespace corvane

@@ -14,7 +14,8 @@ class QWidget;
 
 namespace corvane {
 
-/// The folder whose files the run's pages may read; set at the start of each run.
+/// The folder whose files the run's pages may read; set at the start of each run, which also
+/// clears what the pages of an earlier run left (cookies, cache).
 void SetWebFolder(const QString& experimentFolder);
 /// True when the run's pages may go to `url`: any address that is not a local file, or a file
 /// inside the experiment's folder.
@@ -34,11 +35,19 @@ protected:
 
 /// A web view on a new page of the run's profile.
 QWebEngineView* MakeRunWebView(QWidget* parent);
+/// True when the view has loaded the page it was last sent to (whether or not that worked),
+/// and has not been given back since.
+bool PageLoaded(const QWebEngineView* view);
+/// A view for a web item: one that an earlier item gave back, whose page process is running
+/// already, else a new one. It may still show the earlier page until it loads the next.
+QWebEngineView* TakeRunWebView(QWidget* parent);
+/// Gives a view back for the next web item: it leaves its form and forgets where it has been.
+void ReturnRunWebView(QWebEngineView* view);
 /// The address of a page that a definition names: a web address as it stands ("www." gets
 /// "http://"), else a file, relative to the experiment's folder unless it is absolute.
 QUrl PageAddress(const QString& name, const QString& experimentFolder);
-/// Starts the web engine with a hidden page, so that the first web item of a run doesn't wait
-/// for it. Does nothing the second time.
+/// Starts the web engine with a hidden page, kept for the first web item of the run, so that
+/// it doesn't wait for the engine.
 void WarmWebEngine();
 
 } // namespace corvane

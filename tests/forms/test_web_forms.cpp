@@ -35,8 +35,7 @@ void WriteText(const QString& path, const QByteArray& text) {
 
 // Waits, in real time, until the view has loaded a page that isn't loading any more.
 bool Loaded(QWebEngineView* view) {
-    return QTest::qWaitFor(
-        [&] { return !view->page()->isLoading() && view->page()->history()->count() > 0; }, 20000);
+    return QTest::qWaitFor([&] { return PageLoaded(view); }, 20000);
 }
 
 // The result of a script in the page, waited for.

@@ -12,6 +12,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QHBoxLayout>
+#include <QHideEvent>
 #include <QKeyEvent>
 #include <QRegularExpression>
 #include <QStyle>
@@ -84,7 +85,7 @@ fHtml::fHtml(RunContext& run) : ItemForm(run, QStringLiteral("fHtml")) {
     }
     layout->addStretch();
     tb->hide();
-    WebBrowser1 = MakeRunWebView(this);
+    WebBrowser1 = TakeRunWebView(this);
     WebBrowser1->setObjectName(QStringLiteral("WebBrowser1"));
     static_cast<RunWebPage*>(WebBrowser1->page())->BeforeNavigate = [this](const QUrl& url) {
         BeforeNavigate(url);
@@ -135,6 +136,12 @@ void fHtml::Load() {
     m_htmlFile = PageAddress(name, state.ExperimentFolder);
     if (m_isWebtracker)
         StartTracking();
+    // A view of an earlier item shows its page until the new one has loaded.
+    WebBrowser1->hide();
+    connect(WebBrowser1, &QWebEngineView::loadFinished, this, [this] {
+        if (WebBrowser1)
+            WebBrowser1->show();
+    });
     WebBrowser1->setUrl(m_htmlFile);
     state.ItemStart = ShowAndRead();
     if (m_duration > 0)
@@ -229,10 +236,20 @@ void fHtml::EndRoutine() {
     Driver().EndItem(QStringLiteral("ok"), skip);
 }
 
+void fHtml::hideEvent(QHideEvent* event) {
+    // The form goes: its view waits for the next web item.
+    if (!event->spontaneous() && WebBrowser1) {
+        QWebEngineView* view = WebBrowser1;
+        WebBrowser1 = nullptr;
+        ReturnRunWebView(view);
+    }
+    ItemForm::hideEvent(event);
+}
+
 bool fHtml::ItemKey(QKeyEvent* event, qint32) {
     // Alt with Right Arrow stays the page's own key for going forward.
     const Qt::KeyboardModifiers mods = event->modifiers() & ~Qt::KeypadModifier;
-    if (event->key() == Qt::Key_Right && mods == Qt::AltModifier) {
+    if (event->key() == Qt::Key_Right && mods == Qt::AltModifier && WebBrowser1) {
         WebBrowser1->forward();
         return true;
     }

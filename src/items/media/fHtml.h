@@ -36,6 +36,7 @@ protected:
     void ToolClick(const QString& key) override;
     bool ItemKey(QKeyEvent* event, qint32 eventTime) override;
     bool KeysNavigate() const override { return !m_isWebtracker; }
+    void hideEvent(QHideEvent* event) override;
 
 private:
     void SetToolbar();
