@@ -330,6 +330,60 @@ private slots:
         QCOMPARE(run.state.Responses().Time(1, 2, 1), 5000);
     }
 
+    // A program that isn't there or can't run is told, and Continue goes on after five seconds;
+    // one that crashes at once is the program's own affair.
+    void programsThatFailLeaveTheRunGoing_data() {
+        QTest::addColumn<QString>("file");
+        QTest::addColumn<QByteArray>("content"); // empty: no file
+        QTest::addColumn<bool>("runBit");
+        QTest::addColumn<QString>("message");
+        QTest::newRow("missing") << "nosuch.sh" << QByteArray() << false
+                                 << "The file 'nosuch.sh' was requested but not found.  This item "
+                                    "will be skipped.";
+        QTest::newRow("not a program") << "data.bin" << QByteArray("\x7f\x01 no program") << false
+                                       << "could not be started: it is not a program";
+        QTest::newRow("crashes at once")
+            << "crash.sh" << QByteArray("#!/bin/sh\nkill -SEGV $$\n") << true << "";
+    }
+    void programsThatFailLeaveTheRunGoing() {
+        QFETCH(QString, file);
+        QFETCH(QByteArray, content);
+        QFETCH(bool, runBit);
+        QFETCH(QString, message);
+        RunFixture run;
+        QList<MessageBox> shown;
+        QList<BoxAnswer> answers{BoxAnswer::Yes};
+        run.state.SetBoxes(std::make_unique<AnsweringBoxes>(&shown, &answers));
+        const QString path = run.Folder() + "/" + file;
+        if (!content.isEmpty()) {
+            WriteText(path, content);
+            if (runBit)
+                QFile::setPermissions(path, QFile::permissions(path) | QFileDevice::ExeOwner);
+        }
+        run.Start(kItems, "1,executable,none,p1," + file + ",,yes,yes,,,,\n" + kLast);
+        QList<MessageBox> told = OwnBoxesOf(shown);
+        if (!told.isEmpty() && told[0].title == "Start a program?")
+            told.removeFirst();
+        if (message.isEmpty())
+            QCOMPARE(told.size(), 0);
+        else {
+            QCOMPARE(told.size(), 1);
+            QVERIFY2(told[0].text.contains(message), qPrintable(told[0].text));
+        }
+        auto* form = qobject_cast<ItemForm*>(run.Form());
+        QVERIFY(form);
+        auto* next = form->findChild<QPushButton*>("Continue");
+        QVERIFY(next);
+        run.Wait(4000);
+        next->click(); // within five seconds: not counted
+        QCOMPARE(run.Form(), form);
+        run.Wait(1500);
+        next->click();
+        QApplication::processEvents();
+        QCOMPARE(run.state.Responses().Value(1, 1, 1), QString("ok"));
+        QCOMPARE(run.state.Responses().Time(1, 1, 1), 5500);
+    }
+
 private:
     QTemporaryDir m_config;
 };
