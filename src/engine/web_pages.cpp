@@ -32,6 +32,9 @@ public:
     }
 };
 
+// Made on first use only: a run without web pages never starts the web engine.
+QWebEngineProfile* g_profile = nullptr;
+
 QWebEngineProfile* RunProfile() {
     // Off the record: nothing of one participant's browsing is left for the next.
     static QWebEngineProfile* profile = [] {
@@ -39,6 +42,7 @@ QWebEngineProfile* RunProfile() {
         made->setUrlRequestInterceptor(new LocalFileGuard(made));
         made->settings()->setAttribute(QWebEngineSettings::LocalContentCanAccessFileUrls, true);
         made->settings()->setAttribute(QWebEngineSettings::LocalContentCanAccessRemoteUrls, true);
+        g_profile = made;
         return made;
     }();
     return profile;
@@ -47,8 +51,10 @@ QWebEngineProfile* RunProfile() {
 } // namespace
 
 void SetWebFolder(const QString& experimentFolder) {
-    RunProfile()->cookieStore()->deleteAllCookies();
-    RunProfile()->clearHttpCache();
+    if (g_profile) {
+        g_profile->cookieStore()->deleteAllCookies();
+        g_profile->clearHttpCache();
+    }
     const QFileInfo folder(experimentFolder);
     g_webFolder = folder.exists() ? folder.canonicalFilePath() : folder.absoluteFilePath();
 }
