@@ -73,6 +73,15 @@ struct Options {
         QStringLiteral("The voice key hears FILE (a wave file of 44100 Hz, 8 bits, mono) in "
                        "place of the sound server's input."),
         QStringLiteral("FILE")};
+    QCommandLineOption allowPrograms{
+        QStringLiteral("allow-programs"),
+        QStringLiteral("Let the unattended run start the outside programs that the experiment "
+                       "names; without it they are refused.")};
+    QCommandLineOption wallClock{
+        QStringLiteral("wall-clock"),
+        QStringLiteral("Start the run's time of day at DATETIME (ISO 8601); with --virtual-clock "
+                       "the times of day in the browser log are then reproducible."),
+        QStringLiteral("DATETIME")};
     // For the documentation's pictures: the screen after start-up, saved, then the end.
     QCommandLineOption screenshot{QStringLiteral("screenshot"),
                                   QStringLiteral("Save a picture of the screen to FILE a few "
@@ -94,6 +103,8 @@ int main(int argc, char* argv[]) {
     if (simulate)
         qputenv("QT_QPA_PLATFORM", "offscreen");
     const bool noDisplay = UseOffscreenWithoutDisplay();
+    // The web pages share the program's graphics context; this must be set before the application.
+    QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
     QApplication app(argc, argv);
     if (simulate) {
         QApplication::setApplicationName(QStringLiteral("Corvane"));
@@ -112,7 +123,8 @@ int main(int argc, char* argv[]) {
     options.screenshot.setFlags(QCommandLineOption::HiddenFromHelp);
     parser.addOptions({options.run, options.subject, options.condition, options.script,
                        options.seed, options.virtualClock, options.messageLog, options.recover,
-                       options.timeout, options.voiceInput, options.screenshot});
+                       options.timeout, options.voiceInput, options.screenshot,
+                       options.allowPrograms, options.wallClock});
     parser.addPositionalArgument(
         QStringLiteral("FILE"),
         QStringLiteral("An experiment (.exp) or questionnaire (.que) to open for a participant; "
@@ -131,6 +143,8 @@ int main(int argc, char* argv[]) {
         run.virtualClock = parser.isSet(options.virtualClock);
         run.recover = parser.isSet(options.recover);
         run.voiceInput = parser.value(options.voiceInput);
+        run.allowPrograms = parser.isSet(options.allowPrograms);
+        run.wallClockStart = parser.value(options.wallClock);
         bool ok = true;
         if (parser.isSet(options.seed))
             run.seed = parser.value(options.seed).toULongLong(&ok);

@@ -65,6 +65,8 @@ void CollectQuestionnaires(RunState& state, ExperimentNeeds& needs) {
             needs.word = true;
         else if (ending == QLatin1String("WPD"))
             needs.wordPerfect = true;
+        else if (ending == QLatin1String("HTM") || ending == QLatin1String("TML"))
+            needs.web = true;
         else if (ending == QLatin1String("QUE")) {
             bool known = false;
             for (int q = 1; q <= state.NumQuestionnaires; ++q)

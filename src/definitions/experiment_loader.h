@@ -35,6 +35,7 @@ struct ExperimentNeeds {
     };
     /// Every file named, so that what a presenter needs can be made ready before the run.
     QList<NamedFile> files;
+    bool web = false; // web pages in the list: the web engine is started before the run
 };
 
 /// Loads `ExperimentFile` for `ConditionID` from the working folder. True when the run can

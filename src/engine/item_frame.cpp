@@ -8,6 +8,7 @@
 #include "engine/run_driver.h"
 #include "engine/screen_sync.h"
 #include "engine/time_stamps.h"
+#include "engine/web_pages.h"
 #include "state/error.h"
 #include "state/helpers.h"
 #include "state/program_folder.h"
@@ -22,6 +23,7 @@
 #include <QPixmapCache>
 #include <QScreen>
 #include <QTime>
+#include <QWebEngineView>
 #include <array>
 
 namespace corvane {
@@ -171,15 +173,18 @@ void ItemForm::PrepareForm() {
 }
 
 void ItemForm::AddHtmlBox(const QRect& place, const QString& file) {
-    // Web pages are not shown by this version: the box says which page stands there.
-    auto* box = new QLabel(QStringLiteral("[web page '") + file +
-                               QStringLiteral("': pages are not shown by this version of Corvane]"),
-                           Picture1);
-    box->setObjectName(QStringLiteral("HTML_PB%1").arg(++m_htmlBoxes));
-    box->setWordWrap(true);
-    box->setFrameShape(QFrame::Box);
+    const int number = ++m_htmlBoxes;
+    auto* box = new QWidget(Picture1);
+    box->setObjectName(QStringLiteral("HTML_PB%1").arg(number));
     box->setGeometry(place);
+    // The view's border and scroll bars lie outside the box: 2 pixels up and left, 26 larger.
+    QWebEngineView* view = MakeRunWebView(box);
+    view->setObjectName(QStringLiteral("HTML_BW%1").arg(number));
+    view->setGeometry(-2, -2, place.width() + 26, place.height() + 26);
+    view->setUrl(QUrl::fromLocalFile(m_run.state.ExperimentFolder + QLatin1Char('/') + file));
+    view->show();
     box->show();
+    box->raise();
 }
 
 void ItemForm::ApplyWordingParameters() {
@@ -348,6 +353,19 @@ void ItemForm::PassOverWithStaleChoice(const QString& message) {
     const auto& skips = Item().skips;
     state.SkipTarget =
         stale >= 1 && stale < int(skips.size()) ? skips[std::size_t(stale)] : QString();
+    m_run.driver.NextQuestion();
+}
+
+void ItemForm::PassOver() {
+    RunState& state = m_run.state;
+    const bool inQuestionnaire = state.CurrentQuestion >= 1;
+    const QString skip = Item().skip;
+    Unload();
+    if (!inQuestionnaire) {
+        m_run.driver.NextFile();
+        return;
+    }
+    state.SkipTarget = skip;
     m_run.driver.NextQuestion();
 }
 

@@ -7,6 +7,7 @@
 #include "output/data_output.h"
 #include "state/records.h"
 
+#include <QDateTime>
 #include <QLabel>
 #include <QWidget>
 #include <functional>
@@ -48,6 +49,11 @@ struct RunContext {
     std::function<void(const QString& ttlCode, qint32 shownAt)> itemOnScreen{};
     /// Puts the responses workbook's values into an item's text, while the run has one.
     std::function<QString(const QString&)> workbookText{};
+    /// The date and time of this moment, moving with the run clock (side logs with times of day).
+    std::function<QDateTime()> wallNow{};
+    /// Whether an outside program may start: the program, its arguments and the definition file
+    /// that names it. A refusal has been told to the operator.
+    std::function<bool(const QString&, const QString&, const QString&)> mayStartProgram{};
     TextStyle question{};
     TextStyle response{};
     bool keyNavigation = true;
@@ -101,6 +107,8 @@ protected:
     /// Tells why the item can't be shown and passes it over. The jump taken is that of the latest
     /// choice of an earlier item: the choice is a shared value that no item clears.
     void PassOverWithStaleChoice(const QString& message);
+    /// Unloads the form and goes on without storing anything, at the item's own jump.
+    void PassOver();
 
     /// A click of the navigation bar, by key.
     virtual void ToolClick(const QString& key) = 0;

@@ -13,6 +13,7 @@
 #include "state/text.h"
 
 #include <QDir>
+#include <QFileInfo>
 #include <QTime>
 
 namespace corvane {
@@ -51,6 +52,16 @@ bool NeedsItemFile(const QString& type) {
 }
 
 } // namespace
+
+bool IsProgramFile(const QString& name) {
+    // On Linux a program has no ending of its own: a file with the run bit, a script or a
+    // desktop entry that the list names is one.
+    const QString lower = name.toLower();
+    if (lower.endsWith(QLatin1String(".desktop")) || lower.endsWith(QLatin1String(".sh")))
+        return true;
+    const auto found = FindFile(name);
+    return found && QFileInfo(*found).isFile() && QFileInfo(*found).isExecutable();
+}
 
 FileKindClass ClassifyFileKind(const QString& kind) {
     static const QList<std::pair<QStringList, FileKindClass>> table{
@@ -242,7 +253,9 @@ bool RunDriver::StepFile() {
     const FileEntry& entry = m_state.Files[std::size_t(m_state.CurrentFile)];
     const QString& name = entry.File;
     m_state.FileKind = LastChars(name, 3).toLower();
-    const FileKindClass kind = ClassifyFileKind(m_state.FileKind);
+    FileKindClass kind = ClassifyFileKind(m_state.FileKind);
+    if (kind == FileKindClass::Unknown && IsProgramFile(name))
+        kind = FileKindClass::Program;
 
     const bool mayBeElsewhere = m_state.FileKind == QLatin1String("exe") ||
                                 m_state.FileKind == QLatin1String("htm") ||

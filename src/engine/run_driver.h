@@ -31,6 +31,9 @@ enum class FileKindClass {
 };
 
 FileKindClass ClassifyFileKind(const QString& kind);
+/// True for a list entry that names a program by other means than its ending: a file with the
+/// run bit, a shell script or a desktop entry.
+bool IsProgramFile(const QString& name);
 /// A name for people, for messages about a kind.
 QString FileKindName(FileKindClass kind);
 /// True for the item type words that a questionnaire may use.

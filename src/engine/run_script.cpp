@@ -184,11 +184,19 @@ ScriptAction ParseLine(const QString& line, int number) {
         return action;
     }
 
+    if (verb == QLatin1String("page")) {
+        action.kind = ScriptActionKind::Page;
+        action.text = line.mid(end + 1);
+        return action;
+    }
+
     const QStringList words =
         line.mid(end).split(QRegularExpression(QStringLiteral("[ \\t]+")), Qt::SkipEmptyParts);
-    if (verb == QLatin1String("wait") || verb == QLatin1String("stall")) {
-        action.kind =
-            verb == QLatin1String("wait") ? ScriptActionKind::Wait : ScriptActionKind::Stall;
+    if (verb == QLatin1String("wait") || verb == QLatin1String("stall") ||
+        verb == QLatin1String("sleep")) {
+        action.kind = verb == QLatin1String("wait")    ? ScriptActionKind::Wait
+                      : verb == QLatin1String("stall") ? ScriptActionKind::Stall
+                                                       : ScriptActionKind::Sleep;
         const auto args = Arguments(words, 1);
         const auto ms = args ? WholeNumber(args->at(0), false) : std::nullopt;
         if (!ms)
@@ -255,6 +263,10 @@ QString ScriptAction::Describe() const {
         return QStringLiteral("drag %1 %2 %3").arg(name).arg(dx).arg(dy);
     case ScriptActionKind::Answer:
         return QStringLiteral("answer ") + text;
+    case ScriptActionKind::Sleep:
+        return QStringLiteral("sleep %1").arg(ms);
+    case ScriptActionKind::Page:
+        return text.isEmpty() ? QStringLiteral("page") : QStringLiteral("page ") + text;
     }
     return {};
 }

@@ -15,6 +15,12 @@
 //   drag NAME DX DY     drag a control by whole numbers of pixels, which may be negative
 //   answer TEXT         the answer for the next message or input box: yes, no, ok, cancel or any
 //                       other text, taken like the text of `type`
+//   sleep MS            let MS milliseconds of real time pass while the run clock stands still,
+//                       for an outside program to do its part
+//   page [SCRIPT]       on the web page of the form on the screen: alone, wait until it has
+//                       loaded; with SCRIPT (JavaScript, taken like the text of `type`), run it
+//                       and wait until the page it leads to has loaded (at most 15 s of real
+//                       time; the run clock stands still meanwhile)
 //
 // Comments: a line whose first non-blank character is `#` is a comment, as is a blank line. On
 // wait, key, click and drag lines a word starting with `#` after the action's own words begins a
@@ -32,17 +38,17 @@
 
 namespace corvane {
 
-enum class ScriptActionKind { Wait, Key, Type, Click, Drag, Answer, Stall };
+enum class ScriptActionKind { Wait, Key, Type, Click, Drag, Answer, Stall, Page, Sleep };
 
 /// One action of a run script; only the fields of its kind are filled.
 struct ScriptAction {
     ScriptActionKind kind = ScriptActionKind::Wait;
     int line = 0; // counted from 1
 
-    int ms = 0;                      // wait, stall
+    int ms = 0;                      // wait, stall, sleep
     Qt::Key key = Qt::Key_unknown;   // key
     Qt::KeyboardModifiers modifiers; // key
-    QString text;                    // key: what it types; type, answer: the text
+    QString text;                    // key: what it types; type, answer, page: the text
     QString name;                    // click, drag
     int dx = 0;                      // drag
     int dy = 0;                      // drag

@@ -9,6 +9,7 @@
 #include "engine/media_output.h"
 #include "engine/presenter_registry.h"
 #include "engine/run_devices.h"
+#include "engine/web_pages.h"
 #include "engine/word_processor.h"
 #include "output/data_by_questionnaire.h"
 #include "output/data_by_variable.h"
@@ -53,6 +54,14 @@ RunSession::RunSession(RunState& state, Preferences& preferences, QObject* paren
     m_kiosk->OperatorKeys = [this](bool control, bool alt) {
         if (m_active)
             m_driver.OperatorKeys(control, alt);
+    };
+    m_context.wallNow = [this] {
+        return m_wallStart.addMSecs(Elapsed(m_wallClockStart, m_state.Clock().Now()));
+    };
+    m_programs.emplace(m_state, ProgramPolicy::Ask);
+    m_context.mayStartProgram = [this](const QString& program, const QString& arguments,
+                                       const QString& namedIn) {
+        return m_programs->MayStart(program, arguments, namedIn);
     };
     TakeLook();
 }
@@ -128,6 +137,10 @@ void RunSession::ReadExperimentInfo() {
         OpenWordProcessor(m_state, QStringLiteral("wpd"), m_preferences.WordFolder, FirstPanel);
     m_context.officeFolder = m_preferences.WordFolder;
     m_presenters->PrepareExperiment(m_context, needs, FirstPanel);
+    StartWallClock();
+    SetWebFolder(m_state.ExperimentFolder);
+    if (needs.web)
+        WarmWebEngine();
     if (!journalBegun)
         m_journal = RunJournal::Begin(m_state, OutputSettings());
     m_driver.Order().Journal = m_journal.get();
@@ -135,6 +148,14 @@ void RunSession::ReadExperimentInfo() {
     m_active = true;
     emit RunStarted();
     m_driver.StartExperiment();
+}
+
+void RunSession::StartWallClock() {
+    // A fixed start holds for the first run only; later sessions go on from where it stands.
+    m_wallStart = m_fixedWallStart.isValid() ? m_fixedWallStart : QDateTime::currentDateTime();
+    if (m_fixedWallStart.isValid() && m_wallClockStart != 0)
+        m_wallStart = m_context.wallNow();
+    m_wallClockStart = m_state.Clock().Now();
 }
 
 void RunSession::LoadPreferences(const QString& quickStyle) {
@@ -167,7 +188,7 @@ void RunSession::ShowRunScreen() {
     m_backdrop->OperatorKeys = [this](bool control, bool alt) {
         m_driver.OperatorKeys(control, alt);
     };
-    m_backdrop->ContinueClicked = [this] { m_driver.NextFile(); };
+    m_backdrop->ContinueClicked = [this] { BackdropContinue(); };
     if (QGuiApplication::platformName() == QLatin1String("offscreen"))
         m_backdrop->show();
     else
@@ -176,6 +197,19 @@ void RunSession::ShowRunScreen() {
     m_backdrop->setFocus();
     m_devices->RunScreenOpened(m_state.ExperimentFolder);
     HoldKeyboard();
+}
+
+// The backdrop's Continue, the way on while another program has the screen: the common ending
+// of the item in hand, or the next entry of the list.
+void RunSession::BackdropContinue() {
+    UnloadCurrentForm();
+    if (m_state.CurrentQuestion < 1) {
+        m_driver.NextFile();
+        return;
+    }
+    m_state.ItemEnd = m_state.Clock().Now();
+    m_driver.EndItem(QStringLiteral("ok"),
+                     m_state.Questions[std::size_t(m_state.CurrentQuestion)].skip);
 }
 
 void RunSession::UnloadTimerForm() {

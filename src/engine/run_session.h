@@ -3,6 +3,7 @@
 #pragma once
 
 #include "engine/item_frame.h"
+#include "engine/program_consent.h"
 #include "engine/run_driver.h"
 #include "engine/word_processor.h"
 #include "output/workbook_bridge.h"
@@ -10,6 +11,7 @@
 #include <QObject>
 #include <QPointer>
 #include <memory>
+#include <optional>
 
 namespace corvane {
 
@@ -45,6 +47,12 @@ public:
     void SetMuteSounds(bool muted) { m_context.muteSounds = muted; }
     /// Forces the launcher's character set on the fonts of the forms; -1 for none.
     void SetCharsetOverride(int charset) { m_context.charsetOverride = charset; }
+    /// How outside programs are allowed: asked for (the launcher), or decided for an unattended
+    /// run by its --allow-programs.
+    void SetProgramPolicy(ProgramPolicy policy) { m_programs.emplace(m_state, policy); }
+    /// The date and time at which the run's wall clock starts, for reproducible side logs; by
+    /// default the real time at the start of each run.
+    void SetWallClockStart(const QDateTime& start) { m_fixedWallStart = start; }
     /// Takes the forms from another registry than the program's.
     void SetPresenters(const PresenterRegistry& presenters) { m_presenters = &presenters; }
     /// Takes other devices than the program's.
@@ -95,6 +103,8 @@ signals:
 
 private:
     void ReadExperimentInfo();
+    void StartWallClock();
+    void BackdropContinue();
     /// Loads a form from the registry as the current form; false when there is none.
     bool LoadForm(ItemForm* form);
     /// Loads a form that stays up above the items that follow; false when there is none.
@@ -119,6 +129,10 @@ private:
     const PresenterRegistry* m_presenters;
     bool m_active = false;
     bool m_recordMissing = false;
+    std::optional<ProgramConsent> m_programs;
+    QDateTime m_fixedWallStart;
+    QDateTime m_wallStart;
+    qint32 m_wallClockStart = 0;
     /// The journal of the run under way, which keeps its responses on the disk as they come.
     std::unique_ptr<RunJournal> m_journal;
     std::unique_ptr<RunDevices> m_devices;

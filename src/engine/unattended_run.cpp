@@ -8,6 +8,7 @@
 #include "engine/run_script.h"
 #include "engine/run_session.h"
 #include "engine/scripted_boxes.h"
+#include "engine/web_pages.h"
 #include "output/recovery.h"
 #include "preferences/load_preferences.h"
 #include "preferences/old_preferences.h"
@@ -30,6 +31,7 @@
 #include <QPointer>
 #include <QThread>
 #include <QTimer>
+#include <QWebEngineView>
 #include <QWidget>
 #include <algorithm>
 #include <chrono>
@@ -115,6 +117,8 @@ void SendMouse(QWidget* target, QEvent::Type type, const QPoint& at, Qt::MouseBu
 }
 
 constexpr int kEndKeyPollMs = 50;
+constexpr int kPageWaitMs = 15000;
+constexpr int kPagePollMs = 20;
 constexpr int kMostNestedForms = 16;
 
 class UnattendedRunner : public QObject {
@@ -236,6 +240,12 @@ private:
             return Wait(action.ms);
         if (action.kind == ScriptActionKind::Stall)
             return Stall(action.ms);
+        if (action.kind == ScriptActionKind::Page)
+            return DrivePage(action);
+        if (action.kind == ScriptActionKind::Sleep) {
+            QTimer::singleShot(action.ms, this, [this] { ScheduleStep(); });
+            return;
+        }
         // The next step is due before this one acts: an action that brings up a form with a
         // loop of its own (the exit password) returns only when that form closes, and the rest
         // of the script, or its end key, is what closes it.
@@ -243,6 +253,8 @@ private:
         switch (action.kind) {
         case ScriptActionKind::Wait:
         case ScriptActionKind::Stall:
+        case ScriptActionKind::Page:
+        case ScriptActionKind::Sleep:
             break;
         case ScriptActionKind::Answer:
             m_answers.Push(action.text);
@@ -331,6 +343,55 @@ private:
             QThread::msleep(ulong(ms));
         QApplication::processEvents();
         ScheduleStep();
+    }
+
+    // The page of the form on the screen: its own web view, else the first page a label shows.
+    QWebEngineView* PageOnScreen() const {
+        QWidget* form = m_session.CurrentForm();
+        if (!form || !form->isVisible())
+            return nullptr;
+        if (auto* view = form->findChild<QWebEngineView*>(QStringLiteral("WebBrowser1")))
+            return view;
+        return form->findChild<QWebEngineView*>();
+    }
+
+    // Pages load in real time while the run clock stands still, so that the times of a page's
+    // stay depend on the script alone.
+    void DrivePage(const ScriptAction& action) {
+        QPointer<QWebEngineView> view = PageOnScreen();
+        if (!view) {
+            m_boxes.Note(
+                QStringLiteral("line %1: there is no web page on the screen").arg(action.line));
+            return ScheduleStep();
+        }
+        auto done = std::make_shared<bool>(false);
+        auto finish = [this, done] {
+            if (*done)
+                return;
+            *done = true;
+            ScheduleStep();
+        };
+        QTimer::singleShot(kPageWaitMs, this, [this, done, finish, line = action.line] {
+            if (!*done)
+                m_boxes.Note(QStringLiteral("line %1: the page did not load within %2 s")
+                                 .arg(line)
+                                 .arg(kPageWaitMs / 1000));
+            finish();
+        });
+        if (!action.text.isEmpty()) {
+            connect(view, &QWebEngineView::loadFinished, this, finish, Qt::SingleShotConnection);
+            view->page()->runJavaScript(action.text);
+            return;
+        }
+        auto poll = std::make_shared<std::function<void()>>();
+        *poll = [this, view, done, finish, poll] {
+            if (*done)
+                return;
+            if (!view || PageLoaded(view))
+                return finish();
+            QTimer::singleShot(kPagePollMs, this, *poll);
+        };
+        (*poll)();
     }
 
     void PressEndKey() {
@@ -563,6 +624,9 @@ int RunUnattended(const UnattendedOptions& options) {
     ConvertOldPreferences(state);
     LoadPreferences(state, preferences, QString());
     RunSession session(state, preferences);
+    session.SetProgramPolicy(options.allowPrograms ? ProgramPolicy::Allow : ProgramPolicy::Refuse);
+    if (!options.wallClockStart.isEmpty())
+        session.SetWallClockStart(QDateTime::fromString(options.wallClockStart, Qt::ISODate));
     session.SetCharsetOverride(
         SettingsStore::Get(QStringLiteral("Corvane"), QStringLiteral("CharacterSet"), -1).toInt());
     UnattendedRunner runner(options, state, session, boxesRef, answers, std::move(actions));

@@ -30,6 +30,8 @@ struct UnattendedOptions {
     std::function<std::vector<ScriptAction>(const RunState&, const RunSession&)> moreInput;
     /// A wave file that the voice key hears in place of the sound server's input.
     QString voiceInput;
+    bool allowPrograms = false; // outside programs that the experiment names may start
+    QString wallClockStart;     // ISO date and time at which the run's wall clock starts
 };
 
 /// Exit statuses of an unattended run.

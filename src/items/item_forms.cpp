@@ -13,6 +13,10 @@
 #include "items/media/fMovie.h"
 #include "items/media/fSlideShow.h"
 #include "items/media/fSound.h"
+#include "items/media/fExecutable.h"
+#include "items/media/fHtml.h"
+#include "items/media/fInstruction.h"
+#include "items/media/tachyra_session.h"
 #include "items/response/fEssay.h"
 #include "items/response/fFillBlank.h"
 #include "items/response/fMultResp.h"
@@ -44,6 +48,11 @@ void RegisterProgramForms(PresenterRegistry& forms) {
     forms.Add<fThoughtRate>({QStringLiteral("thought rating")});
     forms.AddOverlay<fOnLine>({QStringLiteral("on-line rating")});
     forms.Add<fVoiceResponse>({QStringLiteral("voice response")});
+    forms.Add<fHtml>({QStringLiteral("html"), QStringLiteral("webtracker")},
+                     {FileKindClass::WebPage});
+    forms.Add<fExecutable>({QStringLiteral("executable"), QStringLiteral("inquisit session")},
+                           {FileKindClass::Program});
+    forms.Add<TachyraSession>({QStringLiteral("tachyra")}, {FileKindClass::TachyraSession});
 }
 
 } // namespace corvane

@@ -111,6 +111,32 @@ private slots:
         m_host = FakeHost();
     }
 
+    // On Linux a program has no ending of its own: what the list names is a program by its run
+    // bit, or as a script or desktop entry; other files stay unknown.
+    void programsAreKnownWithoutTheirEnding_data() {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<bool>("runBit");
+        QTest::addColumn<bool>("program");
+        QTest::newRow("file with the run bit") << "task" << true << true;
+        QTest::newRow("file without it") << "notes" << false << false;
+        QTest::newRow("script") << "go.sh" << false << true;
+        QTest::newRow("desktop entry") << "Task.desktop" << false << true;
+        QTest::newRow("not there") << "missing" << false << false;
+    }
+    void programsAreKnownWithoutTheirEnding() {
+        QFETCH(QString, name);
+        QFETCH(bool, runBit);
+        QFETCH(bool, program);
+        if (name != "missing" && !name.endsWith(".sh") && !name.endsWith(".desktop")) {
+            WriteBytes(Path(name), "#!/bin/sh\n");
+            if (runBit)
+                QFile::setPermissions(Path(name),
+                                      QFile::permissions(Path(name)) | QFileDevice::ExeOwner);
+        }
+        QCOMPARE(IsProgramFile(Path(name)), program);
+        QCOMPARE(ClassifyFileKind("exe"), FileKindClass::Program);
+    }
+
     void walksTheListAndEndsWithTheClosingMessage() {
         Items("q1.que", "1,instructions,intro,none,,0\n2,scale response,mood,none,,0\n");
         WriteBytes(Path("pic.bmp"), "x");

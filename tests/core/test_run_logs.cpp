@@ -1,9 +1,12 @@
 // The files a run leaves for others to read: question_order.csv, added to at the end of each run,
-// and CurrentSubjectInfo.txt, rewritten at the start of each.
+// CurrentSubjectInfo.txt, rewritten at the start of each, and the browser log of a web item.
 #include "engine/order_log.h"
 #include "engine/subject_info.h"
+#include "output/browser_log.h"
+#include "state/run_state.h"
 
 #include <QtTest>
+#include <unistd.h>
 
 using namespace corvane;
 
@@ -133,6 +136,86 @@ private slots:
         QCOMPARE(QDir(folder).entryList(QDir::Files), QStringList{"CurrentSubjectInfo.txt"});
 
         QVERIFY(!WriteCurrentSubjectInfo(QDir(m_dir.path()).filePath("no/such"), "S1", "C1"));
+    }
+
+    // --- browser log -----------------------------------------------------------------------------
+    void browserRowFollowsTheStay_data() {
+        QTest::addColumn<QString>("in");
+        QTest::addColumn<QString>("out");
+        QTest::addColumn<QByteArray>("times"); // TimeIn, TimeOut, ViewTime; empty: no row
+        QTest::newRow("seconds crossed, no leading zeros")
+            << "2026-03-04T09:05:07.900"
+            << "2026-03-04T09:05:09.100" << QByteArray("9:5:7\t9:5:9\t2");
+        QTest::newRow("within one second") << "2026-03-04T09:05:07.100"
+                                           << "2026-03-04T09:05:07.999" << QByteArray();
+        QTest::newRow("a tenth across a second")
+            << "2026-03-04T09:05:07.950"
+            << "2026-03-04T09:05:08.050" << QByteArray("9:5:7\t9:5:8\t1");
+        QTest::newRow("afternoon, an hour")
+            << "2026-03-04T13:00:00.000"
+            << "2026-03-04T14:00:00.000" << QByteArray("13:0:0\t14:0:0\t3600");
+    }
+    void browserRowFollowsTheStay() {
+        QFETCH(QString, in);
+        QFETCH(QString, out);
+        QFETCH(QByteArray, times);
+        RunState state;
+        state.SubjectID = "S1";
+        state.ConditionID = "c 2";
+        const QDateTime from = QDateTime::fromString(in, Qt::ISODateWithMs);
+        const auto row = BrowserLogRow(state, "http://127.0.0.1/a.htm", from,
+                                       QDateTime::fromString(out, Qt::ISODateWithMs));
+        if (times.isEmpty()) {
+            QVERIFY(!row);
+            return;
+        }
+        QVERIFY(row);
+        QString date = QLocale::system().toString(from.date(), QLocale::ShortFormat).trimmed();
+        const QByteArray expected =
+            "S1\tc 2\thttp://127.0.0.1/a.htm\t" + date.toUtf8() + "\t" + times + "\t\r\n";
+        QVERIFY(SameBytes(row->toUtf8(), expected));
+    }
+
+    void browserHeaderIsWrittenOnce() {
+        const QString path = Folder("browser") + "/track.txt";
+        const QByteArray header = "Subject\tCond\tURL\tDate\tTimeIn\tTimeOut\tViewTime\r\n";
+        QVERIFY(PrepareBrowserLog(path));
+        QVERIFY(AppendBrowserLogRow(path, "r1\t\r\n"));
+        // A second item, or a second run, finds the first line full and leaves it.
+        QVERIFY(PrepareBrowserLog(path));
+        QVERIFY(AppendBrowserLogRow(path, "r2\t\r\n"));
+        QVERIFY(SameBytes(Contents(path), header + "r1\t\r\nr2\t\r\n"));
+        // A blank file is given its header.
+        QFile blank(Folder("browser") + "/blank.txt");
+        QVERIFY(blank.open(QIODevice::WriteOnly));
+        blank.write("\r\n");
+        blank.close();
+        QVERIFY(PrepareBrowserLog(blank.fileName()));
+        QVERIFY(SameBytes(Contents(blank.fileName()), header));
+    }
+
+    void browserLogThatCantBeWrittenIsTold() {
+        if (::geteuid() == 0)
+            QSKIP("root writes to read-only files; the fault can't be made");
+        const QString path = Folder("locked") + "/track.txt";
+        QVERIFY(PrepareBrowserLog(path));
+        QFile::setPermissions(path, QFileDevice::ReadOwner);
+        QVERIFY(!AppendBrowserLogRow(path, "r\t\r\n"));
+        QVERIFY(
+            BrowserLogLockedText(path).startsWith("The file " + path + " is open for editing."));
+    }
+
+    void browserLogInAFolderThatCantBeMadeIsTold() {
+        // A file where the folder should be: the log can neither be made nor appended to.
+        const QString blocker = Folder("blocked") + "/data";
+        QFile file(blocker);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.close();
+        QVERIFY(!PrepareBrowserLog(blocker + "/track.txt"));
+        QVERIFY(!AppendBrowserLogRow(blocker + "/track.txt", "r\t\r\n"));
+        QCOMPARE(BrowserLogLockedText("/x/t.txt"),
+                 "The file /x/t.txt is open for editing.  Data can not be written to this file "
+                 "unless it is closed.");
     }
 };
 
