@@ -227,7 +227,6 @@ QString ChoiceForm::Caption() const {
 }
 
 void ChoiceForm::ShowWording() {
-    const Question& item = Item();
     if (!m_design.limitBeforeDelay)
         StartLimitTimer();
     lQuestion->show();
@@ -235,6 +234,26 @@ void ChoiceForm::ShowWording() {
     m_itemReady = true;
     // Reaction times count from the moment the wording is on the screen.
     State().ItemStart = DrawAndRead(lQuestion);
+}
+
+std::optional<QString> ChoiceForm::KeepAnswer(int k, const QString& value, bool asText,
+                                              std::optional<qint32> time) {
+    RunState& state = State();
+    const int q = state.CurrentQuestionnaire;
+    const int i = state.CurrentQuestion;
+    try {
+        state.StoreResponse(q, i, k, value);
+        if (time)
+            state.StoreResponseTime(q, i, k, *time);
+        if (asText) {
+            VariableColumn column = state.Variables.Column(q, i, k);
+            column.type = 1;
+            state.Variables.SetColumn(q, i, k, column);
+        }
+        return std::nullopt;
+    } catch (const CorvaneError& error) {
+        return error.description();
+    }
 }
 
 void ChoiceForm::Unloading() {

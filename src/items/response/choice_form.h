@@ -8,6 +8,7 @@
 
 #include <array>
 #include <memory>
+#include <optional>
 
 class QPushButton;
 
@@ -44,6 +45,11 @@ public:
 protected:
     static constexpr int kPoints = 12;
     static const QString kSpecify;
+
+    /// Stores `value` as variable `k` of the item in hand, with `time` when given; a typed
+    /// answer makes its column a text column. The reason when the data have no column for it.
+    std::optional<QString> KeepAnswer(int k, const QString& value, bool asText,
+                                      std::optional<qint32> time = std::nullopt);
 
     /// Places the frame's controls at their design places.
     void PlaceFrameControls();

@@ -90,27 +90,18 @@ void fThoughtRate::GoOn() {
 
 void fThoughtRate::Store(const QString& value, bool asText) {
     RunState& state = State();
-    const int q = state.CurrentQuestionnaire;
-    const int i = state.CurrentQuestion;
     const int k = state.ResponseSlot;
-    try {
-        state.StoreResponse(q, i, k, value);
-        state.StoreResponseTime(q, i, k, Elapsed(state.ItemStart, state.ItemEnd));
-        if (asText) {
-            VariableColumn column = state.Variables.Column(q, i, k);
-            column.type = 1;
-            state.Variables.SetColumn(q, i, k, column);
-        }
-    } catch (const CorvaneError& error) {
-        // A list that grew past its size when the participant went back to it has more
-        // thoughts than the data have columns for.
+    // A list that grew past its size when the participant went back to it has more thoughts
+    // than the data have columns for.
+    if (const std::optional<QString> problem =
+            KeepAnswer(k, value, asText, Elapsed(state.ItemStart, state.ItemEnd))) {
         state.Boxes().Show(MessageBox{
             state.MessageTitle(),
             QStringLiteral("The rating of thought %1 of the item '%2' can't be kept: %3. The "
                            "list it rates has more entries than its size (n) allows; give the "
                            "listing item a larger n in the questionnaire.")
                 .arg(k)
-                .arg(Item().VariableName, error.description()),
+                .arg(Item().VariableName, *problem),
             BoxIcon::Warning});
     }
 }

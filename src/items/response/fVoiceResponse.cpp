@@ -208,22 +208,13 @@ void fVoiceResponse::StoreTick() {
 }
 
 void fVoiceResponse::StoreValue(int k, const QString& value, bool asText) {
-    RunState& state = State();
-    const int q = state.CurrentQuestionnaire;
-    const int i = state.CurrentQuestion;
-    try {
-        state.StoreResponse(q, i, k, value);
-        if (asText) {
-            VariableColumn column = state.Variables.Column(q, i, k);
-            column.type = 1;
-            state.Variables.SetColumn(q, i, k, column);
-        }
-    } catch (const CorvaneError& error) {
+    if (const std::optional<QString> problem = KeepAnswer(k, value, asText)) {
+        RunState& state = State();
         state.Boxes().Show(MessageBox{
             state.MessageTitle(),
             QStringLiteral("The answer to variable %1 of the voice item '%2' can't be kept: %3.")
                 .arg(k)
-                .arg(Item().VariableName, error.description()),
+                .arg(Item().VariableName, *problem),
             BoxIcon::Warning});
     }
 }
