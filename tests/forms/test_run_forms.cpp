@@ -104,8 +104,8 @@ private slots:
                                  << "fRank";
         QTest::newRow("voice response") << "voice response"
                                         << "fVoiceResponse";
-        QTest::newRow("no form yet") << "on-line rating"
-                                     << "";
+        QTest::newRow("no such type") << "card sort"
+                                      << "";
     }
     void theProgramRegistersItsForms() {
         QFETCH(QString, type);
@@ -114,7 +114,7 @@ private slots:
         run.Start("questionnumber,QuestionType,QuestionWording,VariableName,Parameters\n",
                   "1," + type + ",Which?,i1,(p3)\n2,instructions,Last.,i2,\n");
         if (form.isEmpty()) {
-            QVERIFY(run.boxes.last().text.contains("'i1' is passed over"));
+            QVERIFY(run.boxes.last().text.contains("This is not currently a valid item type"));
             QCOMPARE(run.state.CurrentQuestion, qint16(2));
         } else {
             QCOMPARE(run.Form()->objectName(), form);

@@ -79,8 +79,8 @@ class TestUnattended : public QObject {
             "questionnumber,QuestionType,VariableName,QuestionWording,Parameters,WriteData,"
             "WriteRT\n"
             "1,scale response,f1,How?,(p5),yes,yes\n2,scale response,f2,Why?,(p5),yes,yes\n");
-        // An item of a kind that has no form yet, which the run passes over.
-        MakeDefinition(m_dir->path(), "second.que", items + "1,on-line rating,s1\n");
+        // An item of a kind that no form presents, which the run passes over.
+        MakeDefinition(m_dir->path(), "second.que", items + "1,card sort,s1\n");
         MakeDefinition(m_dir->path(), "empty.que", items);
         MakeDefinition(m_dir->path(), "study.exp",
                        "Condition,position,file\nA,1,first.que\nA,2,second.que\n"
@@ -98,7 +98,8 @@ private slots:
         const RunResult result = Run("study.exp", "12", "b", "wait 400\nkey 1\nwait 300\nkey 2\n");
         QCOMPARE(result.exitCode, 0);
         QVERIFY2(result.log.size() == 2, qPrintable(result.log.join('\n')));
-        QVERIFY(result.log[0].contains("'s1' is passed over")); // second.que comes first in B
+        // second.que comes first in B
+        QVERIFY(result.log[0].contains("'card sort.'  This is not currently a valid item type"));
         QCOMPARE(result.log.last(),
                  "Participant 12\tThank you! This part of the study is finished. Please let "
                  "the experimenter know that you are done.\tok");
@@ -174,7 +175,7 @@ private slots:
                        "Condition,position,file\nA,1,second.que\nA,2,empty.que\nB,1,second.que\n"
                        "B,2,second.que\n");
         MakeDefinition(m_dir->path(), "empty.que",
-                       "questionnumber,QuestionType,VariableName\n1,on-line rating,e\n");
+                       "questionnumber,QuestionType,VariableName\n1,card sort,e\n");
         const RunResult result = Run("study.exp", "1", "x");
         QCOMPARE(result.exitCode, 0);
         QCOMPARE(ReadAll(Path("autostart.txt")), QByteArray("21,a*\r\n22,B*\r\n23,a*\r\n"));
