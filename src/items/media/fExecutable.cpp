@@ -18,16 +18,6 @@ constexpr TwipRect kLabel{600, 3000, 8400, 900};
 // A click in the moment of a program's start or end doesn't count.
 constexpr qint32 kLeastRunMs = 5000;
 
-QString InquisitProgram() {
-    QString path = ReadRegistryValue(
-        QStringLiteral("HKEY_LOCAL_MACHINE"),
-        QStringLiteral("SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\App Paths\\Inquisit.exe"),
-        QStringLiteral("Path"), QString());
-    if (!path.isEmpty())
-        path += QLatin1Char('/');
-    return path + QStringLiteral("inquisit.exe");
-}
-
 bool IsQuote(QChar c) {
     return c == QLatin1Char('"') || c == QLatin1Char('\'');
 }
@@ -54,7 +44,8 @@ void fExecutable::TakeHandOver() {
     const Question& item = Item();
     m_execDuration = item.Duration;
     if (item.QuestionType == QLatin1String("inquisit session")) {
-        m_execFile = InquisitProgram();
+        m_execFile = ProgramInRegisteredFolder(QStringLiteral("Inquisit.exe"),
+                                               QStringLiteral("inquisit.exe"));
         m_execCommand = item.FileName;
     } else {
         m_execFile = item.FileName;

@@ -44,6 +44,14 @@ QStringList DesktopCommand(const QString& file) {
     return QProcess::splitCommand(exec);
 }
 
+// The folder that AppPaths registers for a program's file name; empty when none.
+QString RegisteredFolder(const QString& file) {
+    return ReadRegistryValue(
+        QStringLiteral("HKEY_LOCAL_MACHINE"),
+        QStringLiteral("SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\App Paths\\") + file,
+        QStringLiteral("Path"), QString());
+}
+
 } // namespace
 
 QString FindProgram(const QString& name, const QString& folder) {
@@ -67,11 +75,13 @@ QString FindProgram(const QString& name, const QString& folder) {
 
 QString AppPathsProgram(const QString& name) {
     const QString file = QFileInfo(QDir::fromNativeSeparators(name)).fileName();
-    const QString folder = ReadRegistryValue(
-        QStringLiteral("HKEY_LOCAL_MACHINE"),
-        QStringLiteral("SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\App Paths\\") + file,
-        QStringLiteral("Path"), QString());
+    const QString folder = RegisteredFolder(file);
     return folder.isEmpty() ? QString() : FindProgram(file, folder);
+}
+
+QString ProgramInRegisteredFolder(const QString& registeredFile, const QString& programFile) {
+    const QString folder = RegisteredFolder(registeredFile);
+    return folder.isEmpty() ? programFile : folder + QLatin1Char('/') + programFile;
 }
 
 ProgramCall CallOf(const QString& file, const QStringList& arguments) {

@@ -30,6 +30,9 @@ struct StartResult {
 QString FindProgram(const QString& name, const QString& folder);
 /// The folder that AppPaths gives for the program's file name, joined with that file name.
 QString AppPathsProgram(const QString& name);
+/// `programFile` in the folder that AppPaths registers for `registeredFile` (Path value), or
+/// `programFile` alone when none is registered.
+QString ProgramInRegisteredFolder(const QString& registeredFile, const QString& programFile);
 /// How `file` is started with the arguments that the definition gives as one text.
 ProgramCall CallOf(const QString& file, const QStringList& arguments);
 /// Starts the call in `workingFolder`, as a process that lives on after the item; the process

@@ -15,16 +15,6 @@ namespace {
 const QString kSettings = QStringLiteral("executeTCH");
 const QString kRunning = QStringLiteral("Running");
 
-QString LauncherPath() {
-    QString path = ReadRegistryValue(
-        QStringLiteral("HKEY_LOCAL_MACHINE"),
-        QStringLiteral("SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\App Paths\\tachyra.exe"),
-        QStringLiteral("Path"), QString());
-    if (!path.isEmpty())
-        path += QLatin1Char('/');
-    return path + QStringLiteral("executetachyra.exe");
-}
-
 } // namespace
 
 QString TachyraArgument(const QString& subject, const QString& condition, const QString& folder,
@@ -49,7 +39,8 @@ QString TachyraSession::NamedIn() const {
 
 void TachyraSession::Load() {
     RunState& state = State();
-    const QString launcher = LauncherPath();
+    const QString launcher = ProgramInRegisteredFolder(QStringLiteral("tachyra.exe"),
+                                                       QStringLiteral("executetachyra.exe"));
     QString file;
     QString tail = QStringLiteral(",all");
     if (state.CurrentQuestion >= 1) {

@@ -270,6 +270,18 @@ void ChoiceForm::StopTimer() {
     m_timer1.reset();
 }
 
+void ChoiceForm::GoBackOrContinue(const QString& key) {
+    if (!m_itemReady)
+        return;
+    if (key == QLatin1String("GoBack")) {
+        StopTimer();
+        Unload();
+        Driver().GoBack();
+    } else if (key == QLatin1String("Continue")) {
+        Continue();
+    }
+}
+
 QString ChoiceForm::SkipOfLatestChoice() const {
     const int latest = int(ReadNumber(Run().state.ResponseIndex));
     return latest >= 1 && latest <= kPoints ? Item().skips[std::size_t(latest)] : QString();

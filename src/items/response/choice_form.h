@@ -72,6 +72,10 @@ protected:
     virtual void ResponseClicked(int n, qint32 itemEnd) = 0;
     virtual void Timer1_Timer() = 0;
     void StopTimer();
+    /// The navigation bar's tools once the item is ready: back to the item before, or Continue.
+    void GoBackOrContinue(const QString& key);
+    /// Continue of the navigation bar; a form without one ignores it.
+    virtual void Continue() {}
     /// The item's jump for the run's latest choice, which may be an earlier item's; "" when that
     /// choice is no point of a list.
     QString SkipOfLatestChoice() const;

@@ -165,15 +165,7 @@ void fMultResp::KeyDown(int keyCode, Qt::KeyboardModifiers modifiers, qint32 ite
 
 void fMultResp::ToolClick(const QString& key) {
     ClickSound(QStringLiteral("CLICK"));
-    if (!m_itemReady)
-        return;
-    if (key == QLatin1String("GoBack")) {
-        StopTimer();
-        Unload();
-        Driver().GoBack();
-    } else if (key == QLatin1String("Continue")) {
-        Continue();
-    }
+    GoBackOrContinue(key);
 }
 
 void fMultResp::Continue() {

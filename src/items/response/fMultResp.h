@@ -23,7 +23,7 @@ private:
     void NoPointsGiven();
     void WarnOfUnreachableLimit();
     void KeyDown(int keyCode, Qt::KeyboardModifiers modifiers, qint32 itemEnd);
-    void Continue();
+    void Continue() override;
     void StoreEachOption();
     void StoreTheChoice();
     void StoreTime(int n, qint32 itemEnd);

@@ -155,11 +155,9 @@ void fScale::Timer1_Timer() {
 
 void fScale::ToolClick(const QString& key) {
     ClickSound(QStringLiteral("CLICK"));
-    if (m_itemReady && key == QLatin1String("GoBack")) {
-        StopTimer();
-        Unload();
-        Driver().GoBack();
-    }
+    // A scale has no Continue: a choice moves on.
+    if (key == QLatin1String("GoBack"))
+        GoBackOrContinue(key);
 }
 
 } // namespace corvane

@@ -167,15 +167,7 @@ void fVoiceResponse::ToolClick(const QString& key) {
     if (!voiceWasDone)
         return;
     ClickSound(QStringLiteral("CLICK"));
-    if (!m_itemReady)
-        return;
-    if (key == QLatin1String("GoBack")) {
-        StopTimer();
-        Unload();
-        Driver().GoBack();
-    } else if (key == QLatin1String("Continue")) {
-        Continue();
-    }
+    GoBackOrContinue(key);
 }
 
 void fVoiceResponse::Continue() {

@@ -34,7 +34,7 @@ private:
     void SetVoiceStop();
     void FinishVoiceKey();
     void KeyDown(int keyCode, Qt::KeyboardModifiers modifiers, qint32 itemEnd);
-    void Continue();
+    void Continue() override;
     void StoreTick();
     void StoreValue(int k, const QString& value, bool asText);
     void StoreTime(int k, qint32 ms);
