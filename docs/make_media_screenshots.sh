@@ -6,15 +6,9 @@
 set -eu
 build=$(cd "${1:?usage: make_media_screenshots.sh BUILD_DIR}" && pwd)
 docs=$(cd "$(dirname "$0")" && pwd)
-work=$(mktemp -d)
-fifo="$work/display"
-mkfifo "$fifo"
-Xvfb -displayfd 3 -nolisten tcp -screen 0 1024x768x24 3>"$fifo" 2>/dev/null &
-server=$!
-trap 'kill $server 2>/dev/null; rm -rf "$work"' EXIT
-read -r display <"$fifo"
+. "$docs/private_display.sh" 1024x768
 # Xvfb's GL does not carry the films' frames: they are drawn without it.
-export QT_XCB_GL_INTEGRATION=none DISPLAY=":$display" QT_QPA_PLATFORM=xcb XDG_DATA_HOME="$work/xdg" XDG_CONFIG_HOME="$work/config"
+export QT_XCB_GL_INTEGRATION=none QT_QPA_PLATFORM=xcb
 
 cd "$work"
 gst-launch-1.0 -q videotestsrc num-buffers=1 pattern=smpte ! video/x-raw,width=480,height=360 \

@@ -6,20 +6,9 @@ set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 build=$(cd "${1:-$here/../build}" && pwd)
 corvane=$build/src/app/corvane
-work=$(mktemp -d)
-trap 'kill ${launcher:-} ${wm:-} ${xvfb:-} 2>/dev/null || true; rm -rf "$work"' EXIT
-
-Xvfb -displayfd 3 -screen 0 1280x800x24 -nolisten tcp 3>"$work/display" >/dev/null 2>&1 &
-xvfb=$!
-for _ in $(seq 50); do [ -s "$work/display" ] && break; sleep 0.1; done
-export DISPLAY=:$(cat "$work/display") XDG_DATA_HOME=$work/xdg XDG_CONFIG_HOME=$work/config
-
-# A window manager, so that the launcher takes the keyboard as it would on a desktop.
-openbox >/dev/null 2>&1 &
-wm=$!
-sleep 1
+. "$here/private_display.sh" 1280x800 openbox
 "$corvane" >/dev/null 2>&1 &
-launcher=$!
+to_stop+=($!)
 sleep 4 # the splash, then the launcher
 
 shoot() { # MNEMONIC FILE

@@ -10,14 +10,8 @@ here=$(cd "$(dirname "$0")" && pwd)
 build=$(cd "${1:-$here/../build}" && pwd)
 corvane=$build/src/app/corvane
 def=$build/src/tools/corvane-def
-work=$(mktemp -d)
-trap 'kill ${xvfb:-} 2>/dev/null || true; rm -rf "$work"' EXIT
-
-# A free display of 1024 by 768: the form's layout, and so the places below, follow from that.
-Xvfb -displayfd 3 -screen 0 1024x768x24 -nolisten tcp 3>"$work/display" >/dev/null 2>&1 &
-xvfb=$!
-for _ in $(seq 50); do [ -s "$work/display" ] && break; sleep 0.1; done
-export DISPLAY=:$(cat "$work/display") XDG_DATA_HOME=$work/xdg XDG_CONFIG_HOME=$work/config
+# A display of 1024 by 768: the form's layout, and so the places below, follow from that.
+. "$here/private_display.sh" 1024x768
 
 # The labels stand in a column centred in the left half (x 263) around the middle (y 362);
 # Continue is in the bar at the bottom right.

@@ -4,14 +4,7 @@
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 build=$(cd "${1:-$here/../build}" && pwd)
-work=$(mktemp -d)
-trap 'kill ${xvfb:-} 2>/dev/null || true; rm -rf "$work"' EXIT
-# A free display, chosen by the server itself.
-exec 3<> "$work/display"
-Xvfb -displayfd 3 -screen 0 1024x768x24 -nolisten tcp >/dev/null 2>&1 &
-xvfb=$!
-for _ in $(seq 50); do [ -s "$work/display" ] && break; sleep 0.1; done
-export DISPLAY=:$(head -1 "$work/display") XDG_DATA_HOME=$work/xdg XDG_CONFIG_HOME=$work/config
+. "$here/private_display.sh" 1024x768
 "$build/src/tools/corvane-def" create "$work/shots.que" "$here/typed-screenshots.csv"
 cat >"$work/script.txt" <<'SCRIPT'
 wait 1500

@@ -8,13 +8,7 @@ here=$(cd "$(dirname "$0")" && pwd)
 build=$(cd "${1:-$here/../build}" && pwd)
 corvane=$build/src/app/corvane
 def=$build/src/tools/corvane-def
-work=$(mktemp -d)
-trap 'kill ${xvfb:-} 2>/dev/null || true; rm -rf "$work"' EXIT
-
-Xvfb -displayfd 3 -screen 0 1024x768x24 -nolisten tcp 3>"$work/display" >/dev/null 2>&1 &
-xvfb=$!
-for _ in $(seq 50); do [ -s "$work/display" ] && break; sleep 0.1; done
-export DISPLAY=:$(cat "$work/display") XDG_DATA_HOME=$work/xdg XDG_CONFIG_HOME=$work/config
+. "$here/private_display.sh" 1024x768
 # The pages are the script's own: the web engine's sandbox and GPU are not needed for them.
 export QTWEBENGINE_DISABLE_SANDBOX=1 QTWEBENGINE_CHROMIUM_FLAGS="--no-sandbox --disable-gpu" QT_QUICK_BACKEND=software
 
