@@ -5,6 +5,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
+#include <algorithm>
 #include <unistd.h>
 
 namespace corvane {
@@ -19,11 +20,23 @@ bool SystemDesktop::StartProgram(const QString& program, const QStringList& argu
 }
 
 bool SystemDesktop::SlideShowRunning() {
-    // The office suite keeps one process per user and hands every later start, a slide show
-    // too, to it: the run would wait on a process that ends at once while the show goes on
-    // elsewhere. So any running instance counts, not only one that shows slides.
+    // The office suite keeps one process per profile and hands every later start, a slide show
+    // too, to it: a visible instance counts, not only one that shows slides.
     return ProcessRunning({QStringLiteral("soffice.bin"), QStringLiteral("soffice")});
 }
+
+namespace {
+
+// A headless instance (a conversion, the responses workbook) shows nothing, so it can't be
+// showing slides over the run.
+bool RunsHeadless(const QString& processFolder) {
+    QFile cmdline(processFolder + QStringLiteral("/cmdline"));
+    if (!cmdline.open(QIODevice::ReadOnly))
+        return false;
+    return cmdline.readAll().split('\0').contains(QByteArrayLiteral("--headless"));
+}
+
+} // namespace
 
 bool ProcessRunning(const QStringList& names) {
     const QDir proc(QStringLiteral("/proc"));
@@ -39,10 +52,11 @@ bool ProcessRunning(const QStringList& names) {
             continue; // the process has gone meanwhile
         const QString name = QString::fromLocal8Bit(comm.readAll()).trimmed();
         // The kernel keeps 15 characters of a process's name.
-        for (const QString& wanted : names) {
-            if (name == wanted.left(15))
-                return true;
-        }
+        const bool named = std::any_of(names.begin(), names.end(), [&](const QString& wanted) {
+            return name == wanted.left(15);
+        });
+        if (named && !RunsHeadless(proc.filePath(entry)))
+            return true;
     }
     return false;
 }

@@ -34,7 +34,8 @@ public:
     void SetQuickestKeyRepeat() override;
 };
 
-/// True when a process of this user whose name is one of `names` runs (read from /proc).
+/// True when a process of this user whose name is one of `names` runs, other than a headless
+/// one (read from /proc).
 bool ProcessRunning(const QStringList& names);
 
 } // namespace corvane

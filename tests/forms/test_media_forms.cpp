@@ -368,18 +368,32 @@ private slots:
         QCOMPARE(run.state.Responses().Value(1, 1, 1), "");
     }
 
-    // The launcher's probe before a run sees a running office program by its process name.
-    void theLaunchersProbeSeesARunningOfficeProgram() {
+    // The launcher's probe before a run sees a running office program by its process name; a
+    // headless one (a conversion, the responses workbook) shows no slides and doesn't count.
+    void theLaunchersProbeSeesAnOfficeProgramThatCanShow_data() {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addColumn<bool>("counts");
+        // A shell under the office's name that stays; its last argument is its own $0.
+        const QStringList stay{"-c", "sleep 30; :"};
+        QTest::newRow("a window of its own") << stay << true;
+        QTest::newRow("headless") << stay + QStringList{"--headless"} << false;
+    }
+    void theLaunchersProbeSeesAnOfficeProgramThatCanShow() {
+        QFETCH(QStringList, arguments);
+        QFETCH(bool, counts);
+        // A name of its own, so that office programs of other tests can't answer for it.
         QTemporaryDir dir;
-        const QString named = dir.filePath("soffice.bin");
-        QVERIFY(QFile::copy(QStandardPaths::findExecutable("sleep"), named));
+        const QString named = dir.filePath("cvprobe-office");
+        QVERIFY(QFile::copy(QStandardPaths::findExecutable("sh"), named));
         QProcess office;
-        office.start(named, {"30"});
+        office.start(named, arguments);
         QVERIFY(office.waitForStarted());
-        SystemDesktop desktop;
-        QTRY_VERIFY_WITH_TIMEOUT(desktop.SlideShowRunning(), 5000);
-        office.kill();
-        office.waitForFinished();
+        auto stop = qScopeGuard([&] {
+            office.kill();
+            office.waitForFinished();
+        });
+        QTRY_COMPARE_WITH_TIMEOUT(ProcessRunning({"cvprobe-office"}), counts, 5000);
+        QCOMPARE(office.state(), QProcess::Running);
     }
 };
 
