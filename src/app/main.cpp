@@ -199,8 +199,10 @@ int main(int argc, char* argv[]) {
 
     Options options;
     QCommandLineParser parser;
-    parser.setApplicationDescription(
-        QStringLiteral("Corvane, a laboratory program for research in psychology."));
+    parser.setApplicationDescription(QStringLiteral(
+        "Corvane, a laboratory program for research in psychology.\n"
+        "An unattended run ends with 0 finished, 1 not started, 2 script used up, 3 timed out,\n"
+        "4 a record not written; a wrong command line ends with 64."));
     parser.addHelpOption();
     parser.addVersionOption();
     options.screenshot.setFlags(QCommandLineOption::HiddenFromHelp);
