@@ -12,7 +12,7 @@ namespace {
 
 constexpr int kDone = 0;
 constexpr int kFailed = 1;
-constexpr int kUsage = 2;
+constexpr int kUsage = 64; // a wrong command line, as for every command of the program
 
 const QString kExportUsage = QStringLiteral(
     "usage: corvane export EXPERIMENT --tidy OUT_FOLDER [--data DATA_FOLDER]\n"

@@ -5,13 +5,15 @@
 #include "analysis/data_commands.h"
 #include "engine/simulation.h"
 #include "engine/unattended_run.h"
+#include "engine/widget_boxes.h"
+#include "launcher/file_argument.h"
 #include "launcher/start_up.h"
-#include "state/helpers.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
-#include <QFileInfo>
+#include <QDateTime>
 #include <QTextStream>
+#include <climits>
 
 using namespace corvane;
 
@@ -42,9 +44,11 @@ struct Options {
     QCommandLineOption run{QStringLiteral("run"),
                            QStringLiteral("Run FILE (.exp or .que) unattended."),
                            QStringLiteral("FILE")};
-    QCommandLineOption subject{QStringLiteral("subject"),
-                               QStringLiteral("Subject ID of the unattended run."),
-                               QStringLiteral("ID"), QStringLiteral("1")};
+    QCommandLineOption subject{
+        QStringLiteral("subject"),
+        QStringLiteral("Subject ID of the unattended run; needed with --run, since the run's "
+                       "data are written under it."),
+        QStringLiteral("ID")};
     QCommandLineOption condition{QStringLiteral("condition"),
                                  QStringLiteral("Condition of the unattended run."),
                                  QStringLiteral("NAME"), QStringLiteral("1")};
@@ -65,9 +69,10 @@ struct Options {
     QCommandLineOption recover{
         QStringLiteral("recover"),
         QStringLiteral("First write the records of runs of this experiment that were cut short.")};
-    QCommandLineOption timeout{QStringLiteral("timeout"),
-                               QStringLiteral("End a run still going after SECONDS."),
-                               QStringLiteral("SECONDS")};
+    QCommandLineOption timeout{
+        QStringLiteral("timeout"),
+        QStringLiteral("End a run still going after SECONDS (a whole number; 0: no limit)."),
+        QStringLiteral("SECONDS")};
     QCommandLineOption voiceInput{
         QStringLiteral("voice-input"),
         QStringLiteral("The voice key hears FILE (a wave file of 44100 Hz, 8 bits, mono) in "
@@ -88,6 +93,84 @@ struct Options {
                                                  "seconds after start-up, then end."),
                                   QStringLiteral("FILE")};
 };
+
+// A wrong command line ends with this status, apart from a run's own statuses (0 to 4).
+constexpr int kUsageStatus = 64;
+
+int UsageError(const QString& problem) {
+    QTextStream(stderr) << "corvane: " << problem << "\nTry 'corvane --help' for more." << Qt::endl;
+    return kUsageStatus;
+}
+
+QString Quoted(const QString& text) {
+    return QLatin1Char('\'') + text + QLatin1Char('\'');
+}
+
+// The options of an unattended run read from the command line; a usage error is put into
+// `problem` and leaves the options half read.
+UnattendedOptions ReadRunOptions(const QCommandLineParser& parser, const Options& options,
+                                 QString& problem) {
+    UnattendedOptions run;
+    run.experiment = parser.value(options.run);
+    run.subject = parser.value(options.subject).trimmed();
+    run.condition = parser.value(options.condition);
+    run.script = parser.value(options.script);
+    run.messageLog = parser.value(options.messageLog);
+    run.virtualClock = parser.isSet(options.virtualClock);
+    run.recover = parser.isSet(options.recover);
+    run.voiceInput = parser.value(options.voiceInput);
+    run.allowPrograms = parser.isSet(options.allowPrograms);
+    run.wallClockStart = parser.value(options.wallClock);
+    if (!parser.positionalArguments().isEmpty()) {
+        problem = QStringLiteral("an unattended run takes its FILE after --run; ") +
+                  Quoted(parser.positionalArguments().front()) + QStringLiteral(" is one too many");
+        return run;
+    }
+    // Without it the run would be written under a made-up participant, appended to real data.
+    if (!parser.isSet(options.subject) || run.subject.isEmpty()) {
+        problem = QStringLiteral("--run needs --subject ID: the run's data are written under the "
+                                 "participant's ID");
+        return run;
+    }
+    bool ok = true;
+    if (parser.isSet(options.seed)) {
+        run.seed = parser.value(options.seed).toULongLong(&ok);
+        if (!ok) {
+            problem = QStringLiteral("--seed takes a whole number from 0 up, not ") +
+                      Quoted(parser.value(options.seed));
+            return run;
+        }
+    }
+    if (parser.isSet(options.timeout)) {
+        constexpr int kLongest = INT_MAX / 1000; // the timer counts milliseconds
+        run.timeoutSeconds = parser.value(options.timeout).toInt(&ok);
+        if (!ok || run.timeoutSeconds < 0 || run.timeoutSeconds > kLongest) {
+            problem = QStringLiteral("--timeout takes whole seconds from 0 (no limit) to ") +
+                      QString::number(kLongest) + QStringLiteral(", not ") +
+                      Quoted(parser.value(options.timeout));
+            return run;
+        }
+    }
+    if (!run.wallClockStart.isEmpty() &&
+        !QDateTime::fromString(run.wallClockStart, Qt::ISODate).isValid())
+        problem = QStringLiteral("--wall-clock takes a date and time such as "
+                                 "2024-05-06T09:30:00, not ") +
+                  Quoted(run.wallClockStart);
+    return run;
+}
+
+// An option of the unattended run given without --run, which would pass unnoticed.
+QString RunOptionWithoutRun(const QCommandLineParser& parser, const Options& options) {
+    for (const QCommandLineOption* option :
+         {&options.subject, &options.condition, &options.script, &options.seed,
+          &options.virtualClock, &options.messageLog, &options.recover, &options.timeout,
+          &options.voiceInput, &options.allowPrograms, &options.wallClock}) {
+        if (parser.isSet(*option))
+            return QStringLiteral("--") + option->names().front() +
+                   QStringLiteral(" is for an unattended run: corvane --run FILE --subject ID ...");
+    }
+    return QString();
+}
 
 } // namespace
 
@@ -116,8 +199,10 @@ int main(int argc, char* argv[]) {
 
     Options options;
     QCommandLineParser parser;
-    parser.setApplicationDescription(
-        QStringLiteral("Corvane, a laboratory program for research in psychology."));
+    parser.setApplicationDescription(QStringLiteral(
+        "Corvane, a laboratory program for research in psychology.\n"
+        "An unattended run ends with 0 finished, 1 not started, 2 script used up, 3 timed out,\n"
+        "4 a record not written; a wrong command line ends with 64."));
     parser.addHelpOption();
     parser.addVersionOption();
     options.screenshot.setFlags(QCommandLineOption::HiddenFromHelp);
@@ -130,37 +215,27 @@ int main(int argc, char* argv[]) {
         QStringLiteral("An experiment (.exp) or questionnaire (.que) to open for a participant; "
                        "without one, the launcher shows."),
         QStringLiteral("[FILE]"));
-    parser.process(app);
+    if (!parser.parse(QApplication::arguments()))
+        return UsageError(parser.errorText());
+    if (parser.isSet(QStringLiteral("help")) || parser.isSet(QStringLiteral("help-all")))
+        parser.showHelp(0);
+    if (parser.isSet(QStringLiteral("version")))
+        parser.showVersion();
 
     QTextStream err(stderr);
     if (parser.isSet(options.run)) {
-        UnattendedOptions run;
-        run.experiment = parser.value(options.run);
-        run.subject = parser.value(options.subject);
-        run.condition = parser.value(options.condition);
-        run.script = parser.value(options.script);
-        run.messageLog = parser.value(options.messageLog);
-        run.virtualClock = parser.isSet(options.virtualClock);
-        run.recover = parser.isSet(options.recover);
-        run.voiceInput = parser.value(options.voiceInput);
-        run.allowPrograms = parser.isSet(options.allowPrograms);
-        run.wallClockStart = parser.value(options.wallClock);
-        bool ok = true;
-        if (parser.isSet(options.seed))
-            run.seed = parser.value(options.seed).toULongLong(&ok);
-        if (ok && parser.isSet(options.timeout))
-            run.timeoutSeconds = parser.value(options.timeout).toInt(&ok);
-        if (!ok) {
-            err << "corvane: --seed and --timeout take whole numbers" << Qt::endl;
-            return 2;
-        }
+        QString problem;
+        const UnattendedOptions run = ReadRunOptions(parser, options, problem);
+        if (!problem.isEmpty())
+            return UsageError(problem);
         return RunUnattended(run);
     }
+    if (const QString problem = RunOptionWithoutRun(parser, options); !problem.isEmpty())
+        return UsageError(problem);
     const QStringList files = parser.positionalArguments();
-    if (files.size() > 1) {
-        err << parser.helpText();
-        return 2;
-    }
+    if (files.size() > 1)
+        return UsageError(QStringLiteral("one FILE at a time; ") + Quoted(files.at(1)) +
+                          QStringLiteral(" is one too many"));
     if (noDisplay) {
         err << "corvane: there is no display for the launcher; an unattended run is "
                "corvane --run FILE (see --help)"
@@ -169,11 +244,11 @@ int main(int argc, char* argv[]) {
     }
     LauncherOptions launch;
     if (!files.isEmpty()) {
-        const auto found = FindFile(QFileInfo(files.front()).absoluteFilePath());
-        if (!found) {
-            err << files.front() << ": no such experiment or questionnaire" << Qt::endl;
+        // Opened from the file manager nobody reads standard error: the box tells.
+        WidgetMessageBoxes boxes;
+        const auto found = FileToOpen(files.front(), boxes, err);
+        if (!found)
             return 1;
-        }
         launch.file = *found;
     }
     launch.screenshot = parser.value(options.screenshot);

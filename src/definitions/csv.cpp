@@ -9,7 +9,7 @@ namespace {
 
 class CsvParser {
 public:
-    explicit CsvParser(const QString& text) : m_text(text) {
+    CsvParser(const QString& text, QChar separator) : m_text(text), m_separator(separator) {
         if (m_text.startsWith(QChar(0xFEFF)))
             m_at = 1;
     }
@@ -56,12 +56,12 @@ private:
                 SkipLineEnd();
                 return row;
             }
-            ++m_at; // the comma
+            ++m_at; // the separator
         }
     }
 
     void ParsePlain(CsvCell& cell) {
-        while (m_at < m_text.size() && m_text.at(m_at) != QLatin1Char(',') && !AtLineEnd()) {
+        while (m_at < m_text.size() && m_text.at(m_at) != m_separator && !AtLineEnd()) {
             if (m_text.at(m_at) == QLatin1Char('"'))
                 throw CsvError{m_line, cell.column,
                                QStringLiteral("a quote inside an unquoted cell; put the whole "
@@ -94,12 +94,13 @@ private:
             cell.text += c;
             ++m_at;
         }
-        if (m_at < m_text.size() && m_text.at(m_at) != QLatin1Char(',') && !AtLineEnd())
+        if (m_at < m_text.size() && m_text.at(m_at) != m_separator && !AtLineEnd())
             throw CsvError{m_line, cell.column,
                            QStringLiteral("text after the closing quote of a cell")};
     }
 
     const QString& m_text;
+    const QChar m_separator;
     qsizetype m_at = 0;
     int m_line = 1;
 };
@@ -165,8 +166,27 @@ std::optional<QString> DecodeCsv(const QByteArray& bytes, QString* problem) {
     return text;
 }
 
-std::vector<CsvRow> ParseCsv(const QString& text) {
-    return CsvParser(text).Parse();
+QChar DetectSeparator(const QString& text) {
+    int commas = 0;
+    int semicolons = 0;
+    bool quoted = false;
+    for (const QChar c : text) {
+        if (c == QLatin1Char('"')) {
+            quoted = !quoted; // a doubled quote turns it off and on again
+            continue;
+        }
+        if (quoted)
+            continue;
+        if (c == QLatin1Char('\n') || c == QLatin1Char('\r'))
+            break;
+        commas += c == QLatin1Char(',');
+        semicolons += c == QLatin1Char(';');
+    }
+    return semicolons > commas ? QLatin1Char(';') : QLatin1Char(',');
+}
+
+std::vector<CsvRow> ParseCsv(const QString& text, QChar separator) {
+    return CsvParser(text, separator).Parse();
 }
 
 QString CsvField(const QString& text, bool forceQuotes) {

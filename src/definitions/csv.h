@@ -30,8 +30,12 @@ struct CsvError {
 /// `problem` then names the encoding found ("UTF-32", "not UTF-8 or UTF-16").
 std::optional<QString> DecodeCsv(const QByteArray& bytes, QString* problem);
 
+/// The separator of the text: a semicolon when its first line holds more semicolons than commas
+/// outside quotes (as spreadsheets save CSV where the comma is the decimal mark), else a comma.
+QChar DetectSeparator(const QString& text);
+
 /// Parses the text into rows; blank lines are passed over. Raises `CsvError`.
-std::vector<CsvRow> ParseCsv(const QString& text);
+std::vector<CsvRow> ParseCsv(const QString& text, QChar separator = QLatin1Char(','));
 
 /// One row written back, cells quoted where they need it, ended by "\n".
 QString CsvLine(const std::vector<QString>& cells);

@@ -34,22 +34,12 @@ QString SqlType(ColumnType type) {
     }
 }
 
-FieldValue EmptyValue(ColumnType type) {
-    switch (type) {
-    case ColumnType::Number:
-    case ColumnType::YesNo:
-        return FieldValue::FromInteger(0);
-    case ColumnType::NumberAsText:
-        return FieldValue::FromText(QStringLiteral("0"));
-    default:
-        return FieldValue::FromText(QString());
-    }
-}
-
-std::optional<FieldValue> ParseNumber(const QString& text) {
-    const QString trimmed = text.trimmed();
+std::optional<FieldValue> ParseNumber(const QString& text, bool decimalComma) {
+    QString trimmed = text.trimmed();
     if (trimmed.isEmpty())
         return FieldValue::FromInteger(0);
+    if (decimalComma && trimmed.count(QLatin1Char(',')) == 1 && !trimmed.contains(QLatin1Char('.')))
+        trimmed.replace(QLatin1Char(','), QLatin1Char('.'));
     bool ok = false;
     const qint64 integer = trimmed.toLongLong(&ok);
     if (ok)
@@ -73,12 +63,19 @@ std::optional<FieldValue> ParseYesNo(const QString& text) {
     return std::nullopt;
 }
 
-FieldValue CellValue(const CsvCell& cell, const ColumnSpec& column, const QString& csvName) {
+// How the cells of one CSV are read.
+struct CsvReading {
+    QString name;
+    bool decimalComma = false; // a file separated by semicolons writes 1,5 for 1.5
+};
+
+FieldValue CellValue(const CsvCell& cell, const ColumnSpec& column, const CsvReading& csv) {
+    const QString& csvName = csv.name;
     if (!cell.quoted && cell.text == kNull)
         return FieldValue();
     switch (column.type) {
     case ColumnType::Number:
-        if (auto value = ParseNumber(cell.text))
+        if (auto value = ParseNumber(cell.text, csv.decimalComma))
             return *value;
         throw DefinitionInputError(csvName, cell.line, cell.column,
                                    QStringLiteral("'") + ForMessage(cell.text) +
@@ -96,6 +93,40 @@ FieldValue CellValue(const CsvCell& cell, const ColumnSpec& column, const QStrin
     }
 }
 
+// Letters to change, add or take away to make one word of the other, ignoring case.
+int EditDistance(const QString& a, const QString& b) {
+    std::vector<int> previous(std::size_t(b.size()) + 1);
+    std::vector<int> current(previous.size());
+    for (std::size_t j = 0; j < previous.size(); ++j)
+        previous[j] = int(j);
+    for (qsizetype i = 1; i <= a.size(); ++i) {
+        current[0] = int(i);
+        for (qsizetype j = 1; j <= b.size(); ++j) {
+            const bool same = a.at(i - 1).toLower() == b.at(j - 1).toLower();
+            current[std::size_t(j)] =
+                std::min({previous[std::size_t(j)] + 1, current[std::size_t(j - 1)] + 1,
+                          previous[std::size_t(j - 1)] + (same ? 0 : 1)});
+        }
+        std::swap(previous, current);
+    }
+    return previous.back();
+}
+
+// " (did you mean WriteData?)" for a name one or two letters away from a column, else nothing.
+QString MeantColumn(const QString& name, DefinitionKind kind) {
+    const ColumnSpec* nearest = nullptr;
+    int best = 3;
+    for (const ColumnSpec& column : Table1Columns(kind)) {
+        const int distance = EditDistance(name, column.name);
+        if (distance < best) {
+            best = distance;
+            nearest = &column;
+        }
+    }
+    return nearest ? QStringLiteral(" (did you mean ") + nearest->name + QStringLiteral("?)")
+                   : QString();
+}
+
 // Which column of the kind each header cell names; an unknown or repeated name is refused.
 std::vector<const ColumnSpec*> MatchHeader(const CsvRow& header, DefinitionKind kind,
                                            const QString& csvName) {
@@ -106,11 +137,12 @@ std::vector<const ColumnSpec*> MatchHeader(const CsvRow& header, DefinitionKind 
     for (const CsvCell& cell : header) {
         const ColumnSpec* column = byName.value(cell.text.trimmed().toLower(), nullptr);
         if (!column)
-            throw DefinitionInputError(csvName, cell.line, cell.column,
-                                       QStringLiteral("'") + ForMessage(cell.text) +
-                                           QStringLiteral("' is not a column of ") +
-                                           KindNameWithArticle(kind) +
-                                           QStringLiteral(" file's Table1"));
+            throw DefinitionInputError(
+                csvName, cell.line, cell.column,
+                QStringLiteral("'") + ForMessage(cell.text) +
+                    QStringLiteral("' is not a column of ") + KindNameWithArticle(kind) +
+                    QStringLiteral(" file's Table1") + MeantColumn(cell.text.trimmed(), kind) +
+                    QStringLiteral("; the columns are ") + ColumnNamesForMessage(kind));
         if (std::find(matched.begin(), matched.end(), column) != matched.end())
             throw DefinitionInputError(csvName, cell.line, cell.column,
                                        QStringLiteral("column ") + column->name +
@@ -128,15 +160,54 @@ QString CreateTableSql(DefinitionKind kind) {
            QLatin1Char(')');
 }
 
-void WriteRows(SqliteFile& db, const std::vector<CsvRow>& rows, DefinitionKind kind,
-               const QString& csvName) {
-    const std::vector<const ColumnSpec*> header = MatchHeader(rows.front(), kind, csvName);
+// The cell text a left-out column takes in the `row`-th row of the CSV (1-based).
+QString MissingText(const ColumnSpec& column, MissingColumns missing, std::size_t row) {
+    const QString empty = column.type == ColumnType::NumberAsText ? QStringLiteral("0") : QString();
+    if (missing == MissingColumns::Empty)
+        return empty;
+    switch (column.whenMissing) {
+    case WhenMissing::RowNumber:
+        return QString::number(row);
+    case WhenMissing::Yes:
+        return QStringLiteral("yes");
+    case WhenMissing::One:
+        return QStringLiteral("1");
+    case WhenMissing::Empty:
+        break;
+    }
+    return empty;
+}
+
+// What every row holds in a left-out column, in words.
+QString MissingInWords(const ColumnSpec& column, MissingColumns missing) {
+    if (missing == MissingColumns::TemplateDefaults && column.whenMissing == WhenMissing::RowNumber)
+        return QStringLiteral("the row's number (1, 2, 3 ...)");
+    const QString text = MissingText(column, missing, 1);
+    if (!text.isEmpty())
+        return text;
+    switch (column.type) {
+    case ColumnType::YesNo:
+        return QStringLiteral("no");
+    case ColumnType::Text:
+        return QStringLiteral("empty");
+    default:
+        return QStringLiteral("0");
+    }
+}
+
+std::vector<FilledColumn> WriteRows(SqliteFile& db, const std::vector<CsvRow>& rows,
+                                    DefinitionKind kind, const CsvReading& csv,
+                                    MissingColumns missing) {
+    const std::vector<const ColumnSpec*> header = MatchHeader(rows.front(), kind, csv.name);
     const auto& columns = Table1Columns(kind);
     QStringList names;
     QStringList marks;
+    std::vector<const ColumnSpec*> left;
     for (const ColumnSpec& column : columns) {
         names << QLatin1Char('"') + column.name + QLatin1Char('"');
         marks << QStringLiteral("?");
+        if (std::find(header.begin(), header.end(), &column) == header.end())
+            left.push_back(&column);
     }
     const QString insert = QStringLiteral("INSERT INTO Table1 (") + names.join(QLatin1Char(',')) +
                            QStringLiteral(") VALUES (") + marks.join(QLatin1Char(',')) +
@@ -146,27 +217,37 @@ void WriteRows(SqliteFile& db, const std::vector<CsvRow>& rows, DefinitionKind k
         if (row.size() != header.size())
             throw DefinitionInputError(
                 // Point at the first cell that is missing or too many.
-                csvName, row.front().line, int(std::min(row.size(), header.size())) + 1,
+                csv.name, row.front().line, int(std::min(row.size(), header.size())) + 1,
                 QStringLiteral("the row has ") + QString::number(row.size()) +
                     QStringLiteral(" cells, the header ") + QString::number(header.size()));
-        std::vector<FieldValue> values;
-        for (const ColumnSpec& column : columns)
-            values.push_back(EmptyValue(column.type));
+        std::vector<FieldValue> values(columns.size());
+        for (const ColumnSpec* column : left) {
+            const CsvCell filled{MissingText(*column, missing, r), true, row.front().line, 0};
+            values[std::size_t(column - columns.data())] = CellValue(filled, *column, csv);
+        }
         for (std::size_t c = 0; c < row.size(); ++c) {
             const auto index = std::size_t(header[c] - columns.data());
-            values[index] = CellValue(row[c], *header[c], csvName);
+            values[index] = CellValue(row[c], *header[c], csv);
         }
         db.Execute(insert, values);
     }
+    std::vector<FilledColumn> filled;
+    for (const ColumnSpec* column : left)
+        filled.push_back({column->name, MissingInWords(*column, missing)});
+    return filled;
 }
 
 } // namespace
 
-void CreateDefinitionFile(const QString& outPath, const QString& csvName, const QString& csvText,
-                          DefinitionKind kind, std::optional<double> version) {
+CreateReport CreateDefinitionFile(const QString& outPath, const QString& csvName,
+                                  const QString& csvText, DefinitionKind kind,
+                                  std::optional<double> version, MissingColumns missing) {
+    CreateReport report;
+    report.separator = DetectSeparator(csvText);
+    const CsvReading csv{csvName, report.separator == QLatin1Char(';')};
     std::vector<CsvRow> rows;
     try {
-        rows = ParseCsv(csvText);
+        rows = ParseCsv(csvText, report.separator);
     } catch (const CsvError& error) {
         throw DefinitionInputError(csvName, error.line, error.column, error.message);
     }
@@ -181,7 +262,7 @@ void CreateDefinitionFile(const QString& outPath, const QString& csvName, const 
             SqliteFile db(building, SqliteFile::Mode::Create);
             db.Execute(QStringLiteral("BEGIN"));
             db.Execute(CreateTableSql(kind));
-            WriteRows(db, rows, kind, csvName);
+            report.filled = WriteRows(db, rows, kind, csv, missing);
             if (kind == DefinitionKind::Questionnaire && version) {
                 db.Execute(QStringLiteral("CREATE TABLE QuestionnaireInfo (Version NUMERIC)"));
                 db.Execute(QStringLiteral("INSERT INTO QuestionnaireInfo (Version) VALUES (?)"),
@@ -199,6 +280,7 @@ void CreateDefinitionFile(const QString& outPath, const QString& csvName, const 
         QFile::remove(building);
         throw;
     }
+    return report;
 }
 
 QString ExportDefinitionFile(const QString& path) {

@@ -461,7 +461,7 @@ int RunSimulateCommand(const QStringList& arguments) {
         err << "Usage: corvane simulate EXPERIMENT [--participants N] [--seed S] "
                "[--conditions A,B,...] [--report FILE.html] [--keep-data FOLDER]"
             << Qt::endl;
-        return 2;
+        return 64; // a wrong command line, as for every command of the program
     }
     if (!conditions.isEmpty())
         options.conditions = conditions.split(QLatin1Char(','), Qt::SkipEmptyParts);

@@ -11,11 +11,14 @@
 
 namespace corvane::test {
 
-/// Makes a definition file in `folder` from CSV text; returns its path.
+/// Makes a definition file in `folder` from CSV text; returns its path. The file holds exactly
+/// what the text says: a column it leaves out is empty, 0 or no, so that every test states the
+/// flags it depends on.
 inline QString MakeDefinition(const QString& folder, const QString& name, const QString& csv,
                               std::optional<double> version = 4.0) {
     const QString path = QDir(folder).filePath(name);
-    CreateDefinitionFile(path, name + QStringLiteral(".csv"), csv, KindOfFile(name), version);
+    CreateDefinitionFile(path, name + QStringLiteral(".csv"), csv, KindOfFile(name), version,
+                         MissingColumns::Empty);
     return path;
 }
 

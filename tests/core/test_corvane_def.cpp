@@ -87,6 +87,17 @@ QVariant Exported(const ColumnSpec& column, const QHash<QString, QVariant>& row)
     return yes.contains(cell.toString().toLower()) ? QStringLiteral("yes") : QStringLiteral("no");
 }
 
+// For files made to try the writer or the reader: they needn't be fit to run.
+const QString kNoCheck = QStringLiteral("--no-check");
+
+// The cells of one column of exported CSV, from the second row on.
+QStringList ColumnOf(const QString& csv, const QString& column) {
+    QStringList cells;
+    for (const auto& row : ByName(csv))
+        cells << row.value(column.toLower()).toString();
+    return cells;
+}
+
 } // namespace
 
 class TestCorvaneDef : public QObject {
@@ -119,14 +130,18 @@ private slots:
         QTemporaryDir dir;
         const QString first = dir.filePath(name);
         const QString second = dir.filePath(QStringLiteral("again-") + name);
-        const Run made =
-            RunDef({QStringLiteral("create"), first, Write(dir, QStringLiteral("in.csv"), csv)});
+        // The rows are made up to try the writer: what they would do in a run isn't checked.
+        const Run made = RunDef(
+            {QStringLiteral("create"), first, Write(dir, QStringLiteral("in.csv"), csv), kNoCheck});
         QVERIFY2(made.status == 0, qPrintable(made.err));
         const Run exported = RunDef({QStringLiteral("export"), first});
         QCOMPARE(exported.status, 0);
-        QVERIFY(RunDef({QStringLiteral("create"), second,
-                        Write(dir, QStringLiteral("out.csv"), exported.out)})
-                    .status == 0);
+        const Run madeAgain =
+            RunDef({QStringLiteral("create"), second,
+                    Write(dir, QStringLiteral("out.csv"), exported.out), kNoCheck});
+        QCOMPARE(madeAgain.status, 0);
+        // An exported file names every column: nothing is filled in.
+        QVERIFY2(!madeAgain.out.contains(QLatin1String("no column")), qPrintable(madeAgain.out));
         const Run again = RunDef({QStringLiteral("export"), second});
         QCOMPARE(again.status, 0);
         QCOMPARE(again.out, exported.out);
@@ -171,7 +186,8 @@ private slots:
         const QString que = dir.filePath(QStringLiteral("v.que"));
         const QString csv = Write(dir, QStringLiteral("v.csv"),
                                   QStringLiteral("questionnumber,VariableName,GoBack\n1,a,yes\n"));
-        QCOMPARE(RunDef(QStringList{QStringLiteral("create"), que, csv} + flags).status, 0);
+        QCOMPARE(RunDef(QStringList{QStringLiteral("create"), que, csv, kNoCheck} + flags).status,
+                 0);
         const auto stored = ReadQuestionnaireVersion(que);
         QCOMPARE(stored.has_value(), version != 0.0);
         if (stored)
@@ -236,7 +252,8 @@ private slots:
             "2,Text,none,info,(o0),no,,,,q4,,,,,,\n"
             "1,Scale Response,How sure?,sure,\"(p5,d2,s7)\",yes,\"(a,b)\",none,Low,q3,High,"
             "NONE,none,none,none,none\n");
-        QCOMPARE(RunDef({QStringLiteral("create"), que, Write(dir, QStringLiteral("s.csv"), csv)})
+        QCOMPARE(RunDef({QStringLiteral("create"), que, Write(dir, QStringLiteral("s.csv"), csv),
+                         kNoCheck})
                      .status,
                  0);
         const Run plain = RunDef({QStringLiteral("show"), que});
@@ -330,7 +347,8 @@ private slots:
             QStringLiteral("questionnumber,QuestionType,QuestionWording,VariableName,"
                            "Parameters,WriteData,WGR\n1,Scale Response,Fine,f,(p5),no,0\n") +
             row + QLatin1Char('\n');
-        QCOMPARE(RunDef({QStringLiteral("create"), que, Write(dir, QStringLiteral("f.csv"), csv)})
+        QCOMPARE(RunDef({QStringLiteral("create"), que, Write(dir, QStringLiteral("f.csv"), csv),
+                         kNoCheck})
                      .status,
                  0);
         if (!sql.isEmpty()) {
@@ -381,7 +399,7 @@ private slots:
         QVERIFY(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size());
         file.close();
         const QString que = dir.filePath(QStringLiteral("enc.que"));
-        const Run made = RunDef({QStringLiteral("create"), que, from});
+        const Run made = RunDef({QStringLiteral("create"), que, from, kNoCheck});
         if (!refusal.isEmpty()) {
             QCOMPARE(made.status, 1);
             QVERIFY2(made.err.startsWith(from + QStringLiteral(": ")) && made.err.contains(refusal),
@@ -409,15 +427,289 @@ private slots:
         QVERIFY(!run.err.contains(QString(78, QLatin1Char('x'))));
     }
 
-    void usageErrorsExitWithTwo() {
-        for (const char* words :
-             {"", "frobnicate a.que", "create a.que", "create a.que a.csv --version",
-              "create a.que a.csv --version four", "export", "export a.exp b.exp", "show",
-              "show a.que --condition", "show a.que --seed x"}) {
-            QTemporaryDir dir;
-            QVERIFY2(RunDef(Args(words), dir.path()).status == 2, words);
-            QVERIFY(QDir(dir.path()).isEmpty());
+    void missingColumnsTakeTheTemplatesValues_data() {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("csv");
+        QTest::addColumn<QString>("notes");     // lines on standard output, after "FROM.csv: "
+        QTest::addColumn<QStringList>("cells"); // COLUMN=CELL;CELL... as exported
+        QTest::newRow("questionnaire without flags")
+            << "q.que"
+            << "QuestionType,QuestionWording,VariableName,Parameters\n"
+               "scale response,Calm?,calm,(p5)\nscale response,Alert?,alert,(p5)\n"
+            << "no column questionnumber, filled with the row's number (1, 2, 3 ...)\n"
+               "no column WriteData, filled with yes\n"
+               "no column WriteRT, filled with yes\n"
+               "no column WriteText, filled with no\n"
+               "no column GoBack, filled with no\n"
+               "no columns textlabel1 to textlabel12, filled with empty\n"
+               "no columns skip1 to skip12, filled with empty"
+            << QStringList{"questionnumber=1;2", "WriteData=yes;yes", "WriteRT=yes;yes",
+                           "WriteText=no;no", "WGR=0;0"};
+        QTest::newRow("questionnaire with some flags")
+            << "q.que"
+            << "questionnumber,QuestionType,QuestionWording,VariableName,Parameters,WriteData\n"
+               "7,scale response,Calm?,calm,(p5),no\n"
+            << "no column WriteRT, filled with yes"
+            << QStringList{"questionnumber=7", "WriteData=no", "WriteRT=yes"};
+        QTest::newRow("experiment without condition and position")
+            << "e.exp"
+            << "file\nq.que\nq.que\n"
+            << "no column Condition, filled with 1\n"
+               "no column position, filled with the row's number (1, 2, 3 ...)\n"
+               "no column WGR, filled with 0"
+            << QStringList{"Condition=1;1", "position=1;2", "BGR=0;0"};
+    }
+    void missingColumnsTakeTheTemplatesValues() {
+        QFETCH(QString, name);
+        QFETCH(QString, csv);
+        QFETCH(QString, notes);
+        QFETCH(QStringList, cells);
+        QTemporaryDir dir;
+        // The experiments name a questionnaire that is there, so that the check finds no error.
+        QCOMPARE(RunDef({QStringLiteral("create"), dir.filePath(QStringLiteral("q.que")),
+                         Write(dir, QStringLiteral("q.csv"),
+                               QStringLiteral("questionnumber,QuestionType,QuestionWording,"
+                                              "VariableName,Parameters\n1,scale response,How?,"
+                                              "how,(p5)\n"))})
+                     .status,
+                 0);
+        const QString from = Write(dir, QStringLiteral("in.csv"), csv);
+        const Run made = RunDef({QStringLiteral("create"), dir.filePath(name), from});
+        QVERIFY2(made.status == 0, qPrintable(made.err + made.out));
+        for (const QString& note : notes.split(QLatin1Char('\n')))
+            QVERIFY2(made.out.contains(from + QStringLiteral(": ") + note + QLatin1Char('\n')),
+                     qPrintable(note + QStringLiteral(" in\n") + made.out));
+        const Run exported = RunDef({QStringLiteral("export"), dir.filePath(name)});
+        for (const QString& expected : cells) {
+            const QString column = expected.section(QLatin1Char('='), 0, 0);
+            QCOMPARE(ColumnOf(exported.out, column).join(QLatin1Char(';')),
+                     expected.section(QLatin1Char('='), 1));
         }
+    }
+
+    void unknownColumnsAreNamedWithTheKnownOnes_data() {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("header");
+        QTest::addColumn<QString>("message"); // after FILE:LINE:COLUMN:
+        const QString questionnaireColumns = QStringLiteral(
+            "; the columns are questionnumber, QuestionType, QuestionWording, VariableName, "
+            "FileName, Parameters, Backimage, backsound, Backvideo, WGR, BGR, WriteData, WriteRT, "
+            "WriteText, omitconditions, GoBack, textlabel1 to textlabel12, pointlabel1 to "
+            "pointlabel12, skip1 to skip12\n");
+        QTest::newRow("misspelt flag")
+            << "x.que"
+            << "questionnumber,VariableName,WriteDta"
+            << "1:3: 'WriteDta' is not a column of a questionnaire file's Table1 (did you mean "
+               "WriteData?)" +
+                   questionnaireColumns;
+        QTest::newRow("another case, one letter more")
+            << "x.que"
+            << "skip13"
+            << "1:1: 'skip13' is not a column of a questionnaire file's Table1 (did you mean "
+               "skip1?)" +
+                   questionnaireColumns;
+        QTest::newRow("nothing near")
+            << "x.exp"
+            << "file,Colour"
+            << "1:2: 'Colour' is not a column of an experiment file's Table1; the columns are "
+               "Condition, position, file, Backimage, Backvideo, backsound, WGR, BGR, "
+               "Parameters\n";
+    }
+    void unknownColumnsAreNamedWithTheKnownOnes() {
+        QFETCH(QString, name);
+        QFETCH(QString, header);
+        QFETCH(QString, message);
+        QTemporaryDir dir;
+        const QString from = Write(dir, QStringLiteral("from.csv"), header + QStringLiteral("\n"));
+        const Run run = RunDef({QStringLiteral("create"), dir.filePath(name), from});
+        QCOMPARE(run.status, 1);
+        QCOMPARE(run.err, from + QLatin1Char(':') + message);
+        QVERIFY(!QFile::exists(dir.filePath(name)));
+    }
+
+    void semicolonFilesAreRead_data() {
+        QTest::addColumn<QByteArray>("csv");
+        QTest::addColumn<bool>("semicolons");   // the note that says so
+        QTest::addColumn<QStringList>("cells"); // COLUMN=CELL;CELL... as exported
+        QTest::newRow("plain") << QByteArray("questionnumber;QuestionType;QuestionWording;"
+                                             "VariableName;Parameters\r\n"
+                                             "1;scale response;Calm?;calm;(p5)\r\n")
+                               << true
+                               << QStringList{"QuestionWording=Calm?", "VariableName=calm",
+                                              "Parameters=(p5)"};
+        QTest::newRow("quoted cells, decimal comma")
+            << QByteArray(
+                   "\xEF\xBB\xBFquestionnumber;\"QuestionWording\";VariableName;"
+                   "QuestionType;Parameters\n"
+                   "1,5;\"Calm; or \"\"cool\"\", or not?\";calm;scale response;\"(p5,d2)\"\n")
+            << true
+            << QStringList{"questionnumber=1.5", "QuestionWording=Calm; or \"cool\", or not?",
+                           "Parameters=(p5,d2)"};
+        QTest::newRow("commas, a semicolon in a cell")
+            << QByteArray("questionnumber,QuestionType,QuestionWording,VariableName,Parameters\n"
+                          "1,scale response,Calm; or not?,calm,(p5)\n")
+            << false << QStringList{"QuestionWording=Calm; or not?"};
+    }
+    void semicolonFilesAreRead() {
+        QFETCH(QByteArray, csv);
+        QFETCH(bool, semicolons);
+        QFETCH(QStringList, cells);
+        QTemporaryDir dir;
+        const QString from = dir.filePath(QStringLiteral("sc.csv"));
+        QFile file(from);
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(csv) == csv.size());
+        file.close();
+        const QString que = dir.filePath(QStringLiteral("sc.que"));
+        const Run made = RunDef({QStringLiteral("create"), que, from});
+        QVERIFY2(made.status == 0, qPrintable(made.err + made.out));
+        QCOMPARE(made.out.contains(from + QStringLiteral(": separated by semicolons")), semicolons);
+        const Run exported = RunDef({QStringLiteral("export"), que});
+        for (const QString& expected : cells) {
+            const QString column = expected.section(QLatin1Char('='), 0, 0);
+            QCOMPARE(ColumnOf(exported.out, column).join(QLatin1Char(';')),
+                     expected.section(QLatin1Char('='), 1));
+        }
+    }
+
+    void createChecksTheMadeFile_data() {
+        QTest::addColumn<QString>("rows");
+        QTest::addColumn<QStringList>("flags");
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QString>("finding"); // a line of the check's, after "FILE:"
+        QTest::addColumn<QString>("summary"); // empty: no check ran
+        QTest::newRow("clean") << "1,scale response,Calm?,calm\n"
+                               << QStringList() << 0 << QString()
+                               << "the check found 0 error(s), 0 warning(s)";
+        QTest::newRow("a warning")
+            << "1,scale response,Calm <nobody>?,calm\n"
+            << QStringList() << 0 << "1:QuestionWording: warning: <nobody> quotes no variable"
+            << "the check found 0 error(s), 1 warning(s)";
+        QTest::newRow("an error")
+            << "1,scale response,Calm?,calm\n2,scale response,Alert?,calm\n"
+            << QStringList() << 2
+            << "2:VariableName: error: 'calm' is also the VariableName of row 1"
+            << "the check found 1 error(s), 0 warning(s)";
+        QTest::newRow("an error, not checked")
+            << "1,scale response,Calm?,calm\n2,scale response,Alert?,calm\n"
+            << QStringList{kNoCheck} << 0 << QString() << QString();
+    }
+    void createChecksTheMadeFile() {
+        QFETCH(QString, rows);
+        QFETCH(QStringList, flags);
+        QFETCH(int, status);
+        QFETCH(QString, finding);
+        QFETCH(QString, summary);
+        QTemporaryDir dir;
+        const QString que = dir.filePath(QStringLiteral("c.que"));
+        const QString from = Write(
+            dir, QStringLiteral("c.csv"),
+            QStringLiteral("questionnumber,QuestionType,QuestionWording,VariableName\n") + rows);
+        const Run made = RunDef(QStringList{QStringLiteral("create"), que, from} + flags);
+        QCOMPARE(made.status, status);
+        QVERIFY(QFile::exists(que)); // made in every case: the check only reports
+        if (!finding.isEmpty())
+            QVERIFY2(made.out.contains(QLatin1Char('\n') + que + QLatin1Char(':') + finding),
+                     qPrintable(made.out));
+        QCOMPARE(made.out.count(QLatin1String(": warning: ")) +
+                     made.out.count(QLatin1String(": error: ")),
+                 finding.isEmpty() ? 0 : 1);
+        if (summary.isEmpty())
+            QVERIFY(!made.out.contains(QLatin1String("the check")));
+        else
+            QVERIFY2(made.out.endsWith(QStringLiteral("corvane-def create: made ") + que +
+                                       QStringLiteral("; ") + summary + QLatin1Char('\n')),
+                     qPrintable(made.out));
+        QCOMPARE(made.err.isEmpty(), status == 0);
+        if (status == 2)
+            QCOMPARE(made.err, que +
+                                   QStringLiteral(": made, but the check found errors; fix them "
+                                                  "and run corvane-def check ") +
+                                   que + QLatin1Char('\n'));
+    }
+
+    void usageErrorsExitWith64_data() {
+        QTest::addColumn<QString>("words");
+        QTest::addColumn<QString>("problem"); // the first line on standard error
+        QTest::newRow("nothing") << ""
+                                 << "a command is needed";
+        QTest::newRow("unknown command") << "frobnicate a.que"
+                                         << "unknown command 'frobnicate'";
+        QTest::newRow("create, no csv") << "create a.que"
+                                        << "create takes OUT and FROM.csv";
+        QTest::newRow("create, --version alone") << "create a.que a.csv --version"
+                                                 << "--version needs a value: a number or none";
+        QTest::newRow("create, --version four") << "create a.que a.csv --version four"
+                                                << "--version takes a number or none, not 'four'";
+        QTest::newRow("create, unknown option") << "create a.que a.csv --overwrite"
+                                                << "unknown option '--overwrite'";
+        QTest::newRow("export, no file") << "export"
+                                         << "export takes one FILE";
+        QTest::newRow("export, two files") << "export a.exp b.exp"
+                                           << "export takes one FILE";
+        QTest::newRow("show, no file") << "show"
+                                       << "show takes one FILE.que";
+        QTest::newRow("show, --condition alone") << "show a.que --condition"
+                                                 << "--condition and --seed need a value";
+        QTest::newRow("show, --seed x") << "show a.que --seed x"
+                                        << "--seed takes a whole number, not 'x'";
+        QTest::newRow("check, unknown option") << "check a.exp -q"
+                                               << "unknown option '-q'";
+        QTest::newRow("check, no file") << "check"
+                                        << "check takes one or more experiments or questionnaires";
+    }
+    void usageErrorsExitWith64() {
+        QFETCH(QString, words);
+        QFETCH(QString, problem);
+        QTemporaryDir dir;
+        const Run run = RunDef(Args(words.toUtf8().constData()), dir.path());
+        QCOMPARE(run.status, 64);
+        QCOMPARE(run.err.section(QLatin1Char('\n'), 0, 0),
+                 QStringLiteral("corvane-def: ") + problem);
+        QVERIFY2(run.err.endsWith(QStringLiteral("Try 'corvane-def --help' for more.\n")),
+                 qPrintable(run.err));
+        // The usage of the command at hand is shown, the others' not.
+        const QString command = words.section(QLatin1Char(' '), 0, 0);
+        if (command == QLatin1String("create") || command == QLatin1String("show"))
+            QVERIFY(
+                run.err.contains(QStringLiteral("  corvane-def ") + command + QLatin1Char(' ')));
+        QVERIFY(!run.err.contains(QLatin1String("corvane-def export FILE")) ||
+                command == QLatin1String("export"));
+        QVERIFY(run.out.isEmpty());
+        QVERIFY(QDir(dir.path()).isEmpty());
+    }
+
+    void helpAndVersionAnswer_data() {
+        QTest::addColumn<QString>("words");
+        QTest::addColumn<QStringList>("shown");    // on standard output
+        QTest::addColumn<QStringList>("notShown"); // not on it
+        const QStringList commands{"corvane-def create ", "corvane-def export ",
+                                   "corvane-def show ", "corvane-def check "};
+        QTest::newRow("--version")
+            << "--version" << QStringList{"corvane-def " CORVANE_VERSION "\n"} << commands;
+        QTest::newRow("--help") << "--help" << commands + QStringList{"status 64"} << QStringList();
+        QTest::newRow("-h") << "-h" << commands << QStringList();
+        QTest::newRow("create --help")
+            << "create --help" << QStringList{"corvane-def create ", "WriteData and WriteRT yes"}
+            << QStringList{"corvane-def show "};
+        QTest::newRow("create, help among other words")
+            << "create a.que a.csv -h" << QStringList{"corvane-def create "}
+            << QStringList{"corvane-def check "};
+        QTest::newRow("check --help") << "check --help" << QStringList{"corvane-def check "}
+                                      << QStringList{"corvane-def create "};
+    }
+    void helpAndVersionAnswer() {
+        QFETCH(QString, words);
+        QFETCH(QStringList, shown);
+        QFETCH(QStringList, notShown);
+        QTemporaryDir dir;
+        const Run run = RunDef(Args(words.toUtf8().constData()), dir.path());
+        QCOMPARE(run.status, 0);
+        QVERIFY(run.err.isEmpty());
+        for (const QString& text : shown)
+            QVERIFY2(run.out.contains(text), qPrintable(text + QStringLiteral(" in\n") + run.out));
+        for (const QString& text : notShown)
+            QVERIFY2(!run.out.contains(text), qPrintable(text));
+        QVERIFY(QDir(dir.path()).isEmpty()); // nothing was made
     }
 
     void parserEdgeCases() {

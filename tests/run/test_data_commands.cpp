@@ -206,7 +206,7 @@ cat(nrow(d), class(d$rt_ms), is.factor(d$value_label), as.character(calm),
     void commandLineMistakes() {
         QFETCH(QStringList, args);
         const Outcome outcome = Run(CORVANE_BIN, args);
-        QCOMPARE(outcome.exitCode, 2);
+        QCOMPARE(outcome.exitCode, 64);
         QVERIFY(outcome.err.contains("usage: corvane " + args.front()));
     }
 };

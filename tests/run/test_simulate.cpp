@@ -50,7 +50,9 @@ bool Make(const QString& folder, const QString& name, const QString& csv) {
         return false;
     file.write(csv.toUtf8());
     file.close();
-    return QProcess::execute(CORVANE_DEF, {"create", QDir(folder).filePath(name), source}) == 0;
+    // Some of the questionnaires hold the faults that the simulation is to find: not checked.
+    return QProcess::execute(CORVANE_DEF,
+                             {"create", QDir(folder).filePath(name), source, "--no-check"}) == 0;
 }
 
 const char* const kHeader =
@@ -70,6 +72,22 @@ class TestSimulate : public QObject {
     Q_OBJECT
 
 private slots:
+    void commandLineMistakesEndWith64_data() {
+        QTest::addColumn<QStringList>("args");
+        QTest::newRow("no experiment") << QStringList{"simulate"};
+        QTest::newRow("no participants") << QStringList{"simulate", "x.exp", "--participants", "0"};
+        QTest::newRow("seed not a number") << QStringList{"simulate", "x.exp", "--seed", "abc"};
+        QTest::newRow("value missing") << QStringList{"simulate", "x.exp", "--report"};
+    }
+    void commandLineMistakesEndWith64() {
+        QFETCH(QStringList, args);
+        QProcess run;
+        run.start(CORVANE_BIN, args);
+        QVERIFY(run.waitForFinished(30000));
+        QCOMPARE(run.exitCode(), 64);
+        QVERIFY(run.readAllStandardError().contains("Usage: corvane simulate EXPERIMENT"));
+    }
+
     void theDemoIsWalkedByEveryParticipant() {
         QTemporaryDir dir;
         const QString demo = QStringLiteral(CORVANE_TEMPLATE).section('/', 0, -2) + "/demo";

@@ -312,9 +312,10 @@ private slots:
             m_dir->path(), "broken.que",
             "questionnumber,QuestionType,VariableName,QuestionWording\n1,essay,e1,\\N\n");
         MakeDefinition(m_dir->path(), "stuck.exp", "Condition,position,file\na,1,broken.que\n");
-        QStringList args{"--run",         Path("stuck.exp"),   "--condition", "a",
-                         "--script",      Path("script.txt"),  "--timeout",   "1",
-                         "--message-log", Path("messages.log")};
+        QStringList args{"--run",    Path("stuck.exp"),  "--subject",
+                         "1",        "--condition",      "a",
+                         "--script", Path("script.txt"), "--timeout",
+                         "1",        "--message-log",    Path("messages.log")};
         WriteBytes(Path("script.txt"), "wait 60000\n");
         QProcess process;
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
@@ -393,6 +394,102 @@ private slots:
         QCOMPARE(result.exitCode, 3);
         QVERIFY(timer.elapsed() < 30000);
         QVERIFY(ReadAll(Path("data/byquestionnaire/study.csv")).contains("\r\n14,b,"));
+    }
+
+    void aQuestionnaireMadeWithoutFlagsRecordsItsAnswers_data() {
+        QTest::addColumn<QByteArray>("items"); // the questionnaire's CSV, as a lab might write it
+        QTest::addColumn<QByteArray>("experiment");
+        QTest::newRow("no WriteData, no WriteRT")
+            << QByteArray("questionnumber,QuestionType,QuestionWording,VariableName,Parameters\n"
+                          "1,scale response,Calm?,calm,(p5)\n2,scale response,Alert?,alert,(p5)\n")
+            << QByteArray("Condition,position,file\n1,1,mood.que\n");
+        QTest::newRow("semicolons, no numbers, no flags, no condition")
+            << QByteArray("QuestionType;QuestionWording;VariableName;Parameters\r\n"
+                          "scale response;Calm, or not?;calm;(p5)\r\n"
+                          "scale response;Alert?;alert;(p5)\r\n")
+            << QByteArray("file\nmood.que\n");
+    }
+    void aQuestionnaireMadeWithoutFlagsRecordsItsAnswers() {
+        QFETCH(QByteArray, items);
+        QFETCH(QByteArray, experiment);
+        WriteBytes(Path("mood.csv"), items);
+        WriteBytes(Path("mood_exp.csv"), experiment);
+        // Made as a laboratory makes them: with the program's own tool.
+        for (const auto& [made, from] :
+             {std::pair{"mood.que", "mood.csv"}, std::pair{"mood.exp", "mood_exp.csv"}}) {
+            QProcess tool;
+            tool.start(CORVANE_DEF, {"create", Path(made), Path(from)});
+            QVERIFY(tool.waitForFinished(30000));
+            QVERIFY2(tool.exitCode() == 0, tool.readAllStandardError().constData());
+        }
+        const RunResult result = Run("mood.exp", "7", "1", "wait 400\nkey 4\nwait 300\nkey 2\n");
+        QCOMPARE(result.exitCode, 0);
+        const QList<QByteArray> rows = ReadAll(Path("data/byquestionnaire/mood.csv")).split('\n');
+        QCOMPARE(rows.size(), 2);
+        QVERIFY2(rows[0].endsWith(",que1,calm,alert,calmt,alertt\r"), rows[0].constData());
+        // The answers and their times, as the script gave them on the virtual clock.
+        QVERIFY2(rows[1].startsWith("7,1,") && rows[1].endsWith(",mood,4,2,400,300"),
+                 rows[1].constData());
+    }
+
+    void usageErrorsEndWith64AndRunNothing_data() {
+        QTest::addColumn<QStringList>("args"); // STUDY stands for the experiment's path
+        QTest::addColumn<QString>("problem");
+        const QStringList run{"--run", "STUDY", "--subject", "12", "--condition", "b"};
+        QTest::newRow("unknown option") << run + QStringList{"--frob"} << "Unknown option 'frob'.";
+        QTest::newRow("seed not a number") << run + QStringList{"--seed", "abc"}
+                                           << "--seed takes a whole number from 0 up, not 'abc'";
+        QTest::newRow("timeout not a number")
+            << run + QStringList{"--timeout", "x"}
+            << "--timeout takes whole seconds from 0 (no limit) to 2147483, not 'x'";
+        QTest::newRow("negative timeout")
+            << run + QStringList{"--timeout", "-5"}
+            << "--timeout takes whole seconds from 0 (no limit) to 2147483, not '-5'";
+        QTest::newRow("timeout too long")
+            << run + QStringList{"--timeout", "9999999"}
+            << "--timeout takes whole seconds from 0 (no limit) to 2147483, not '9999999'";
+        QTest::newRow("wall clock not a time")
+            << run + QStringList{"--wall-clock", "noon"}
+            << "--wall-clock takes a date and time such as 2024-05-06T09:30:00, not 'noon'";
+        QTest::newRow("run without a subject")
+            << QStringList{"--run", "STUDY", "--condition", "b"}
+            << "--run needs --subject ID: the run's data are written under the participant's ID";
+        QTest::newRow("an empty subject")
+            << QStringList{"--run", "STUDY", "--subject", " ", "--condition", "b"}
+            << "--run needs --subject ID: the run's data are written under the participant's ID";
+        QTest::newRow("a second file")
+            << run + QStringList{"STUDY"}
+            << "an unattended run takes its FILE after --run; 'STUDY' is one too many";
+        QTest::newRow("a run's option without --run")
+            << QStringList{"--subject", "12", "STUDY"}
+            << "--subject is for an unattended run: corvane --run FILE --subject ID ...";
+    }
+    void usageErrorsEndWith64AndRunNothing() {
+        QFETCH(QStringList, args);
+        QFETCH(QString, problem);
+        args.replaceInStrings("STUDY", Path("study.exp"));
+        problem.replace("STUDY", Path("study.exp"));
+        // The script would walk condition b to its end, had the run started.
+        WriteBytes(Path("script.txt"), "wait 400\nkey 1\nwait 300\nkey 2\n");
+        QProcess process;
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert("XDG_DATA_HOME", Path("xdg"));
+        env.insert("XDG_CONFIG_HOME", Path("xdg-config"));
+        env.insert("QT_QPA_PLATFORM", "offscreen");
+        process.setProcessEnvironment(env);
+        process.start(CORVANE_BIN,
+                      args + QStringList{"--script", Path("script.txt"), "--virtual-clock"});
+        if (!process.waitForFinished(30000)) {
+            process.kill();
+            process.waitForFinished();
+            QFAIL("the program did not end");
+        }
+        QCOMPARE(process.exitCode(), 64);
+        const QStringList lines =
+            QString::fromUtf8(process.readAllStandardError()).split('\n', Qt::SkipEmptyParts);
+        QCOMPARE(lines, (QStringList{"corvane: " + problem, "Try 'corvane --help' for more."}));
+        QVERIFY(!QDir(Path("data")).exists());
+        QVERIFY(!QFile::exists(Path("xdg/corvane/CurrentSubjectInfo.txt")));
     }
 
     void badScriptsAreRefusedBeforeTheRun() {

@@ -109,8 +109,8 @@ private slots:
         MakeStudy(dir);
         QProcess run;
         run.setProcessEnvironment(RunEnvironment(dir, QProcessEnvironment::systemEnvironment()));
-        run.start(CORVANE_BIN, {"--run", dir.filePath("e.exp"), "--virtual-clock", "--voice-input",
-                                dir.filePath("missing.wav")});
+        run.start(CORVANE_BIN, {"--run", dir.filePath("e.exp"), "--subject", "s1",
+                                "--virtual-clock", "--voice-input", dir.filePath("missing.wav")});
         QVERIFY(run.waitForFinished(60000));
         QCOMPARE(run.exitCode(), 1);
         QVERIFY(
