@@ -25,7 +25,6 @@
 #include <QCloseEvent>
 #include <QDir>
 #include <QFileInfo>
-#include <QGridLayout>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QMenuBar>
@@ -33,6 +32,7 @@
 #include <QScreen>
 #include <QStatusBar>
 #include <QTimer>
+#include <QVBoxLayout>
 
 namespace corvane {
 
@@ -79,13 +79,18 @@ fBlue::fBlue(RunState& state, Preferences& preferences, FileDialogs& dialogs, De
     resize(800, 560);
 
     auto* centre = new QWidget(this);
-    auto* layout = new QGridLayout(centre);
-    layout->setContentsMargins(0, 0, 0, 0);
+    auto* layout = new QVBoxLayout(centre);
+    layout->setContentsMargins(0, 0, 0, 16);
     m_picture = new MainPicture(centre);
-    layout->addWidget(m_picture, 0, 0);
-    // The start area lies over the picture, and stays when the preferences hide the picture.
+    layout->addWidget(m_picture, 1);
+    // The start area sits below the picture, on its colour, and stays when the preferences hide
+    // the picture.
     m_start = new StartArea(centre);
-    layout->addWidget(m_start, 0, 0, Qt::AlignCenter);
+    layout->addWidget(m_start, 0, Qt::AlignHCenter);
+    QPalette colours = centre->palette();
+    colours.setColor(QPalette::Window, artwork::LauncherPictureFoot());
+    centre->setPalette(colours);
+    centre->setAutoFillBackground(true);
     setCentralWidget(centre);
     connect(m_start, &StartArea::RecentChosen, this, &fBlue::mRunAgain_Click);
     connect(m_start, &StartArea::DemoChosen, this, &fBlue::OpenDemo);

@@ -2,11 +2,13 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QHBoxLayout>
 #include <QLabel>
 #include <QListWidget>
 #include <QMouseEvent>
 #include <QPushButton>
 #include <QVBoxLayout>
+#include <algorithm>
 
 namespace corvane {
 
@@ -34,29 +36,38 @@ QPushButton* Action(const char* name, const QString& caption, const QString& tip
 StartArea::StartArea(QWidget* parent) : QFrame(parent) {
     setObjectName(QStringLiteral("StartArea"));
     setFrameShape(QFrame::StyledPanel);
+    QPalette colours = palette();
+    colours.setColor(QPalette::Window, QColor(0xfb, 0xfc, 0xfe));
+    setPalette(colours);
     setAutoFillBackground(true);
-    setMaximumWidth(560);
     setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Maximum);
 
-    auto* layout = new QVBoxLayout(this);
-    layout->setContentsMargins(18, 14, 18, 18);
-    layout->setSpacing(8);
+    auto* columns = new QHBoxLayout(this);
+    columns->setContentsMargins(18, 12, 18, 16);
+    columns->setSpacing(24);
 
-    layout->addWidget(Heading(QStringLiteral("Recent experiments"), this));
+    auto* recent = new QVBoxLayout;
+    recent->setSpacing(8);
+    recent->addWidget(Heading(QStringLiteral("Recent experiments"), this));
     m_recent = new QListWidget(this);
     m_recent->setObjectName(QStringLiteral("lstRecent"));
     m_recent->setToolTip(QStringLiteral("Double-click an experiment, or press Enter, to run it "
                                         "again"));
-    m_recent->setMaximumHeight(170);
-    layout->addWidget(m_recent);
+    m_recent->setTextElideMode(Qt::ElideMiddle);
+    m_recent->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    m_recent->setMinimumWidth(380);
+    recent->addWidget(m_recent);
     m_noRecent = new QLabel(QStringLiteral("No experiment has been run here yet."), this);
     m_noRecent->setObjectName(QStringLiteral("lblNoRecent"));
-    layout->addWidget(m_noRecent);
+    recent->addWidget(m_noRecent);
+    recent->addStretch(1);
+    columns->addLayout(recent, 1);
     connect(m_recent, &QListWidget::itemActivated, this,
             [this](QListWidgetItem* item) { emit RecentChosen(item->data(Qt::UserRole).toInt()); });
 
-    layout->addSpacing(6);
-    layout->addWidget(Heading(QStringLiteral("Start"), this));
+    auto* start = new QVBoxLayout;
+    start->setSpacing(8);
+    start->addWidget(Heading(QStringLiteral("Start"), this));
     QPushButton* demo = Action("cmdDemo", QStringLiteral("Open the demo experiment"),
                                QStringLiteral("Two short questionnaires in two conditions; "
                                               "enter a participant and a condition"),
@@ -70,7 +81,9 @@ StartArea::StartArea(QWidget* parent) : QFrame(parent) {
         Action("cmdHelp", QStringLiteral("Open the help"),
                QStringLiteral("How to prepare, run and analyse an experiment (F1)"), this);
     for (QPushButton* button : {demo, create, help})
-        layout->addWidget(button);
+        start->addWidget(button);
+    start->addStretch(1);
+    columns->addLayout(start);
     connect(demo, &QPushButton::clicked, this, &StartArea::DemoChosen);
     connect(create, &QPushButton::clicked, this, &StartArea::NewExperimentChosen);
     connect(help, &QPushButton::clicked, this, &StartArea::HelpChosen);
@@ -84,7 +97,7 @@ void StartArea::ShowRecent(const QStringList& entries) {
         if (path.isEmpty())
             continue;
         const QFileInfo info(path);
-        auto* item = new QListWidgetItem(info.fileName() + QStringLiteral("   ") +
+        auto* item = new QListWidgetItem(info.fileName() + QStringLiteral("  \u2014  ") +
                                              QDir::toNativeSeparators(info.path()),
                                          m_recent);
         item->setToolTip(QDir::toNativeSeparators(path));
@@ -93,6 +106,11 @@ void StartArea::ShowRecent(const QStringList& entries) {
     const bool any = m_recent->count() > 0;
     m_recent->setVisible(any);
     m_noRecent->setVisible(!any);
+    // As tall as the list, up to five entries; the rest scroll.
+    const int rows = std::clamp(m_recent->count(), 4, 5);
+    m_recent->setSpacing(2);
+    m_recent->setFixedHeight(rows * (m_recent->fontMetrics().height() + 4) +
+                             2 * m_recent->frameWidth() + 4);
 }
 
 void StartArea::mouseDoubleClickEvent(QMouseEvent* event) {
