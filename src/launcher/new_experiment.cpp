@@ -86,9 +86,8 @@ QString Quoted(const QString& path) {
 
 QString MadeText(const NewExperimentFiles& files) {
     return QStringLiteral("The experiment ") + Quoted(files.experiment) +
-           QStringLiteral(" has been made, with one questionnaire of four items in ") +
-           Quoted(files.questionnaire) + QStringLiteral(".\n\nTo change the items, edit ") +
-           Quoted(files.questionnaireCsv) +
+           QStringLiteral(" has been made, with its questionnaire ") + Quoted(files.questionnaire) +
+           QStringLiteral(".\n\nTo change the items, edit ") + Quoted(files.questionnaireCsv) +
            QStringLiteral(" in a spreadsheet (one row an item) and make the questionnaire again "
                           "with:\n    corvane-def create ") +
            Quoted(files.questionnaire) + QLatin1Char(' ') + Quoted(files.questionnaireCsv) +
