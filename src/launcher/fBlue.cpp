@@ -92,7 +92,8 @@ fBlue::fBlue(RunState& state, Preferences& preferences, FileDialogs& dialogs, De
     centre->setPalette(colours);
     centre->setAutoFillBackground(true);
     setCentralWidget(centre);
-    connect(m_start, &StartArea::RecentChosen, this, &fBlue::mRunAgain_Click);
+    // Queued: running one again rebuilds the list whose event chose it.
+    connect(m_start, &StartArea::RecentChosen, this, &fBlue::mRunAgain_Click, Qt::QueuedConnection);
     connect(m_start, &StartArea::DemoChosen, this, &fBlue::OpenDemo);
     connect(m_start, &StartArea::NewExperimentChosen, this, &fBlue::NewExperiment);
     connect(m_start, &StartArea::HelpChosen, this, &fBlue::mHelpTopics_Click);

@@ -668,7 +668,7 @@ private slots:
         m_launcher->show();
         list->setCurrentRow(1);
         QTest::keyClick(list, Qt::Key_Return);
-        QVERIFY(VisibleSubjectForm());
+        QTRY_VERIFY(VisibleSubjectForm());
         QCOMPARE(m_state->ExperimentFile, a);
         QCOMPARE(FileLines(RecentExperimentsFile()), QStringList({a, b}));
         QVERIFY(list->item(0)->text().startsWith("a.exp"));
@@ -679,7 +679,7 @@ private slots:
         const QPoint second = list->visualItemRect(list->item(1)).center();
         QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, second);
         QTest::mouseDClick(list->viewport(), Qt::LeftButton, {}, second);
-        QVERIFY(VisibleSubjectForm());
+        QTRY_VERIFY(VisibleSubjectForm());
         QCOMPARE(m_state->ExperimentFile, b);
         CloseSubjectForm();
         auto* area = m_launcher->findChild<QWidget*>("StartArea");
