@@ -157,6 +157,10 @@ QImage CheckMark(int size) {
     return image;
 }
 
+QColor LauncherPictureFoot() {
+    return QColor(0xd9, 0xe2, 0xf3);
+}
+
 QImage LauncherPicture(const QSize& size) {
     QImage image(size, QImage::Format_RGB32);
     QPainter p(&image);
@@ -164,7 +168,7 @@ QImage LauncherPicture(const QSize& size) {
     p.setRenderHint(QPainter::TextAntialiasing);
     QLinearGradient back(0, 0, 0, size.height());
     back.setColorAt(0, QColor(0xf3, 0xf6, 0xfc));
-    back.setColorAt(1, QColor(0xd9, 0xe2, 0xf3));
+    back.setColorAt(1, LauncherPictureFoot());
     p.fillRect(image.rect(), back);
 
     const int emblem = std::max(32, std::min(size.height() * 2 / 5, 220));

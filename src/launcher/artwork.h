@@ -4,6 +4,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QColor>
 #include <QImage>
 #include <QSize>
 
@@ -21,6 +22,8 @@ QImage CheckMark(int size);
 
 /// The launcher's picture: the emblem and the program's name on a quiet background.
 QImage LauncherPicture(const QSize& size);
+/// The colour at the foot of the launcher's picture, for what continues below it.
+QColor LauncherPictureFoot();
 
 /// A short click as a WAV file: 16-bit mono PCM at 22050 Hz, about 12 ms long.
 QByteArray ClickWave();

@@ -7,7 +7,9 @@
 #include "launcher/desktop.h"
 #include "launcher/fAbout2.h"
 #include "launcher/file_dialogs.h"
+#include "launcher/new_experiment.h"
 #include "launcher/recent_experiments.h"
+#include "launcher/start_area.h"
 #include "output/recovery.h"
 #include "preferences/load_preferences.h"
 #include "preferences/old_preferences.h"
@@ -78,10 +80,23 @@ fBlue::fBlue(RunState& state, Preferences& preferences, FileDialogs& dialogs, De
 
     auto* centre = new QWidget(this);
     auto* layout = new QVBoxLayout(centre);
-    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setContentsMargins(0, 0, 0, 16);
     m_picture = new MainPicture(centre);
-    layout->addWidget(m_picture);
+    layout->addWidget(m_picture, 1);
+    // The start area sits below the picture, on its colour, and stays when the preferences hide
+    // the picture.
+    m_start = new StartArea(centre);
+    layout->addWidget(m_start, 0, Qt::AlignHCenter);
+    QPalette colours = centre->palette();
+    colours.setColor(QPalette::Window, artwork::LauncherPictureFoot());
+    centre->setPalette(colours);
+    centre->setAutoFillBackground(true);
     setCentralWidget(centre);
+    // Queued: running one again rebuilds the list whose event chose it.
+    connect(m_start, &StartArea::RecentChosen, this, &fBlue::mRunAgain_Click, Qt::QueuedConnection);
+    connect(m_start, &StartArea::DemoChosen, this, &fBlue::OpenDemo);
+    connect(m_start, &StartArea::NewExperimentChosen, this, &fBlue::NewExperiment);
+    connect(m_start, &StartArea::HelpChosen, this, &fBlue::mHelpTopics_Click);
 
     BuildMenus();
     BuildStatusBar();
@@ -317,6 +332,7 @@ bool fBlue::GetDB(const FileRequest& request) {
     m_state.ExperimentFile = path;
     if (path.isEmpty())
         return false;
+    RememberOpenDialogFolder(path);
     const QString title = QFileInfo(path).fileName();
     m_state.ExperimentFileName = title;
     m_state.ExperimentFolder = path.left(path.size() - title.size() - 1);
@@ -330,7 +346,7 @@ void fBlue::mRunExperiment_Click() {
         return;
     if (GetDB({QStringLiteral("Select Experimental Database to Run"),
                QStringLiteral("Experiment (*.exp)|*.exp|All files (*.*)|*.*|"),
-               QStringLiteral("*.exp"), QDir::currentPath()}))
+               QStringLiteral("*.exp"), OpenDialogFolder()}))
         RunChosen();
 }
 
@@ -339,7 +355,7 @@ void fBlue::mRunQuestionnaire_Click() {
         return;
     if (!GetDB({QStringLiteral("Select Questionnaire to Run"),
                 QStringLiteral("Questionnaire (*.que)|*.que|All files (*.*)|*.*|"),
-                QStringLiteral("*.que"), QDir::currentPath()}))
+                QStringLiteral("*.que"), OpenDialogFolder()}))
         return;
     try {
         WrapSingleQuestionnaire(m_state, ProgramFolder::FilePath(QStringLiteral("temp.exp")));
@@ -444,6 +460,7 @@ void fBlue::WriteLastExperiment() {
 
 void fBlue::ReadLastExperiment() {
     const QStringList entries = ReadRecentSlots(RecentExperimentsFile());
+    m_start->ShowRecent(entries);
     const bool any = !entries.front().isEmpty();
     mblank->setVisible(any);
     mFileBar->setVisible(any);
@@ -458,6 +475,24 @@ void fBlue::ReadLastExperiment() {
         action->setData(path);
         action->setVisible(true);
     }
+}
+
+void fBlue::OpenDemo() {
+    if (m_session->RunActive())
+        return;
+    const QString demo = ProgramFolder::FilePath(QStringLiteral("demo/demo.exp"));
+    if (!QFileInfo::exists(demo))
+        return Tell(QStringLiteral("The demo experiment '") + demo +
+                    QStringLiteral("' can not be found. Reinstall Corvane to bring it back."));
+    OpenFile(demo);
+}
+
+void fBlue::NewExperiment() {
+    if (m_session->RunActive())
+        return;
+    if (const std::optional<QString> experiment =
+            AskForNewExperiment(this, m_dialogs, m_state.Boxes()))
+        OpenFile(*experiment);
 }
 
 bool fBlue::CheckPP() {
@@ -504,7 +539,7 @@ void fBlue::mEditDataOpen_Click() {
     if (!GetDB({QStringLiteral("Select data file to open"),
                 QStringLiteral("Data (*.dat; *.txt; *.csv)|*.dat;*.txt;*.csv|All files "
                                "(*.*)|*.*|"),
-                QStringLiteral("*.dat; *.txt; *.csv"), QDir::currentPath()}))
+                QStringLiteral("*.dat; *.txt; *.csv"), OpenDialogFolder()}))
         return;
     if (m_state.ExperimentFile.right(3).toLower() == QLatin1String("mdb"))
         OpenInAccess(m_state.ExperimentFile);
@@ -515,7 +550,7 @@ void fBlue::mEditDataOpen_Click() {
 void fBlue::mEditDataSPSS_Click() {
     if (GetDB({QStringLiteral("Select SPSS input file to open"),
                QStringLiteral("SPSS (*.sps)|*.sps|All files (*.*)|*.*|"), QStringLiteral("*.sps"),
-               QDir::currentPath()}))
+               OpenDialogFolder()}))
         OpenWithDesktop(m_state.ExperimentFile);
 }
 

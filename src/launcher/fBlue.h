@@ -19,6 +19,7 @@ class Desktop;
 class FileDialogs;
 class RunSession;
 class RunState;
+class StartArea;
 struct FileRequest;
 struct PreferenceLoad;
 struct PreferenceMenu;
@@ -76,6 +77,10 @@ private:
     bool CheckPP();
     void TellSlideShowRunning();
 
+    // The start area's first steps; its help and recent experiments go as the menus do.
+    void OpenDemo();
+    void NewExperiment();
+
     // The data menu.
     void mEditDataOpen_Click();
     void mEditDataSPSS_Click();
@@ -120,6 +125,7 @@ private:
     std::unique_ptr<RunSession> m_session;
 
     QWidget* m_picture = nullptr;
+    StartArea* m_start = nullptr;
     std::array<QLabel*, 5> m_panels{}; // 1 to 4
     QAction* mRepeat = nullptr;
     QAction* mFileBar = nullptr;

@@ -1,10 +1,22 @@
 #include "launcher/file_dialogs.h"
 
+#include "state/settings_store.h"
+
+#include <QDir>
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QRegularExpression>
+#include <QStandardPaths>
 #include <QStringList>
 
 namespace corvane {
+
+namespace {
+
+const QString kSettings = QStringLiteral("Corvane");
+const QString kLastFolderKey = QStringLiteral("LastDialogFolder");
+
+} // namespace
 
 QString DialogFilter(const QString& pairs) {
     const QStringList parts = pairs.split(QLatin1Char('|'));
@@ -29,6 +41,28 @@ QString DialogFilter(const QString& pairs) {
 QString WidgetFileDialogs::GetOpenFileName(QWidget* parent, const FileRequest& request) {
     return QFileDialog::getOpenFileName(parent, request.title, request.folder,
                                         DialogFilter(request.filter));
+}
+
+QString WidgetFileDialogs::GetSaveFileName(QWidget* parent, const FileRequest& request) {
+    const QString start = request.fileName.isEmpty()
+                              ? request.folder
+                              : QDir(request.folder).filePath(request.fileName);
+    return QFileDialog::getSaveFileName(parent, request.title, start, DialogFilter(request.filter));
+}
+
+QString OpenDialogFolder() {
+    const QString last = SettingsStore::Get(kSettings, kLastFolderKey).toString();
+    if (!last.isEmpty() && QFileInfo(last).isDir())
+        return last;
+    const QString documents = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
+    if (!documents.isEmpty() && QFileInfo(documents).isDir())
+        return documents;
+    return QDir::homePath();
+}
+
+void RememberOpenDialogFolder(const QString& chosenFile) {
+    if (!chosenFile.isEmpty())
+        SettingsStore::Save(kSettings, kLastFolderKey, QFileInfo(chosenFile).absolutePath());
 }
 
 } // namespace corvane

@@ -2,12 +2,14 @@
 // experiments, the settings it keeps, and a run started from its menus. Files are chosen and
 // the desktop is reached through test seams; boxes are recorded.
 #include "definition_fixtures.h"
+#include "definitions/definition_writer.h"
 #include "engine/fCodes.h"
 #include "engine/run_session.h"
 #include "engine/word_processor.h"
 #include "launcher/desktop.h"
 #include "launcher/fBlue.h"
 #include "launcher/file_dialogs.h"
+#include "launcher/new_experiment.h"
 #include "launcher/recent_experiments.h"
 #include "preferences/preferences.h"
 #include "recording_boxes.h"
@@ -18,6 +20,7 @@
 #include <QApplication>
 #include <QLabel>
 #include <QLineEdit>
+#include <QListWidget>
 #include <QMenu>
 #include <QMenuBar>
 #include <QPointer>
@@ -41,8 +44,14 @@ public:
         asked << request;
         return answers.isEmpty() ? QString() : answers.takeFirst();
     }
+    QString GetSaveFileName(QWidget*, const FileRequest& request) override {
+        askedToSave << request;
+        return saveAnswers.isEmpty() ? QString() : saveAnswers.takeFirst();
+    }
     QStringList answers;
     QList<FileRequest> asked;
+    QStringList saveAnswers;
+    QList<FileRequest> askedToSave;
 };
 
 class WatchedDesktop : public Desktop {
@@ -630,6 +639,178 @@ private slots:
         QVERIFY(program.waitForFinished(20000));
         QCOMPARE(program.exitCode(), 2);
         QVERIFY(program.readAllStandardError().contains("--run"));
+    }
+
+    // The place to start: the recent experiments over the picture, each run again as its menu
+    // entry runs it; a double click there never ends the program.
+    void theStartAreaListsTheRecentExperimentsAndRunsThemAgain() {
+        const QString a = Experiment("a.exp");
+        const QString b = Experiment("b.exp");
+        fBlue& launcher = Start();
+        auto* list = launcher.findChild<QListWidget*>("lstRecent");
+        QVERIFY(list);
+        QCOMPARE(list->count(), 0);
+        QVERIFY(!list->isVisibleTo(&launcher));
+        QVERIFY(launcher.findChild<QLabel*>("lblNoRecent")->isVisibleTo(&launcher));
+
+        QVERIFY(WriteRecentExperiment(RecentExperimentsFile(), a));
+        QVERIFY(WriteRecentExperiment(RecentExperimentsFile(), b));
+        Start();
+        list = m_launcher->findChild<QListWidget*>("lstRecent");
+        QCOMPARE(list->count(), 2);
+        QVERIFY(list->isVisibleTo(m_launcher.get()));
+        QVERIFY(!m_launcher->findChild<QLabel*>("lblNoRecent")->isVisibleTo(m_launcher.get()));
+        QVERIFY(list->item(0)->text().startsWith("b.exp"));
+        QVERIFY(list->item(1)->text().startsWith("a.exp"));
+        QCOMPARE(list->item(1)->toolTip(), a);
+
+        // Enter on the second runs it, and it moves to the top of both lists.
+        m_launcher->show();
+        list->setCurrentRow(1);
+        QTest::keyClick(list, Qt::Key_Return);
+        QTRY_VERIFY(VisibleSubjectForm());
+        QCOMPARE(m_state->ExperimentFile, a);
+        QCOMPARE(FileLines(RecentExperimentsFile()), QStringList({a, b}));
+        QVERIFY(list->item(0)->text().startsWith("a.exp"));
+        QCOMPARE(Action("mRunAgain(1)")->data().toString(), a);
+        CloseSubjectForm();
+
+        QSignalSpy unloaded(m_launcher.get(), &fBlue::Unloaded);
+        const QPoint second = list->visualItemRect(list->item(1)).center();
+        QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, second);
+        QTest::mouseDClick(list->viewport(), Qt::LeftButton, {}, second);
+        QTRY_VERIFY(VisibleSubjectForm());
+        QCOMPARE(m_state->ExperimentFile, b);
+        CloseSubjectForm();
+        auto* area = m_launcher->findChild<QWidget*>("StartArea");
+        QTest::mouseDClick(area, Qt::LeftButton, {}, QPoint(4, 4));
+        QCOMPARE(unloaded.size(), 0);
+        QVERIFY(m_launcher->isVisible());
+    }
+
+    void theDemoOpensAtTheSubjectForm() {
+        fBlue& launcher = Start();
+        auto* demo = launcher.findChild<QPushButton*>("cmdDemo");
+        QVERIFY(demo);
+        demo->click();
+        QVERIFY(VisibleSubjectForm());
+        const QString exp = ProgramFolder::FilePath("demo/demo.exp");
+        QCOMPARE(m_state->ExperimentFile, exp);
+        QCOMPARE(FileLines(RecentExperimentsFile()), QStringList{exp});
+        CloseSubjectForm();
+
+        // A program folder without the demo says so and where it looked.
+        QVERIFY(QFile::remove(exp));
+        demo->click();
+        QVERIFY(!VisibleSubjectForm());
+        QCOMPARE(m_boxes.size(), 1);
+        QVERIFY(m_boxes.back().text.contains(exp));
+    }
+
+    // A new experiment: the template's CSV where the operator chose, the definition files made
+    // from them, the operator told what to edit; the experiment runs.
+    void aNewExperimentIsMadeFromTheTemplate() {
+        const QString lab = m_dir->filePath("lab");
+        QVERIFY(QDir().mkpath(lab));
+        fBlue& launcher = Start();
+        launcher.show();
+        auto* create = launcher.findChild<QPushButton*>("cmdNewExperiment");
+        QVERIFY(create);
+        create->click(); // cancelled
+        QCOMPARE(m_dialogs.askedToSave.size(), 1);
+        QVERIFY(m_boxes.isEmpty());
+        QVERIFY(QDir(lab).isEmpty());
+
+        m_dialogs.saveAnswers << lab + "/mood";
+        create->click();
+        for (const char* name : {"mood.exp", "mood.que", "mood.csv", "mood_exp.csv"})
+            QVERIFY2(QFile::exists(lab + "/" + name), name);
+        QCOMPARE(ReadAll(lab + "/mood.csv"),
+                 ReadAll(ProgramFolder::FilePath("templates/questionnaire.csv")));
+        // The single-questionnaire template's row, with the new questionnaire in it.
+        const QStringList made = ExportDefinitionFile(lab + "/mood.exp").split('\n');
+        const QStringList single =
+            ExportDefinitionFile(ProgramFolder::FilePath("temp.exp")).split('\n');
+        QCOMPARE(made.size(), single.size());
+        QCOMPARE(made[0], single[0]);
+        QVERIFY2(made[1].contains(",mood.que,"), qPrintable(made[1]));
+        QCOMPARE(m_boxes.size(), 1);
+        QCOMPARE(m_boxes[0].buttons, BoxButtons::YesNo);
+        QVERIFY(m_boxes[0].text.contains(QString("edit \"%1/mood.csv\"").arg(lab)));
+        QVERIFY(m_boxes[0].text.contains(
+            QString("corvane-def create \"%1/mood.que\" \"%1/mood.csv\"").arg(lab)));
+
+        // Yes opens it, and it runs the template's four items.
+        fCodes* codes = VisibleSubjectForm();
+        QVERIFY(codes);
+        QCOMPARE(m_state->ExperimentFile, lab + "/mood.exp");
+        QSignalSpy finished(&launcher.Session(), &RunSession::RunFinished);
+        codes->TextSubject()->setText("s1");
+        codes->TextCondition()->setText("1");
+        codes->bOK_Click();
+        QVERIFY(launcher.Session().RunActive());
+        QCOMPARE(m_state->NumQuestions, 4);
+        launcher.Session().Driver().OperatorKeys(true, true);
+        QTRY_COMPARE(finished.size(), 1);
+
+        // The same name again overwrites nothing.
+        const QByteArray questionnaire = ReadAll(lab + "/mood.que");
+        WriteBytes(lab + "/mood.csv", "edited");
+        m_boxes.clear();
+        m_dialogs.saveAnswers << lab + "/mood.exp";
+        create->click();
+        QCOMPARE(m_boxes.size(), 1);
+        QVERIFY(m_boxes[0].text.contains("is there already"));
+        QCOMPARE(ReadAll(lab + "/mood.csv"), QByteArray("edited"));
+        QCOMPARE(ReadAll(lab + "/mood.que"), questionnaire);
+        QVERIFY(!VisibleSubjectForm());
+    }
+
+    void theStartAreasHelpOpensTheHelpPage() {
+        fBlue& launcher = Start();
+        auto* help = launcher.findChild<QPushButton*>("cmdHelp");
+        QVERIFY(help);
+        help->click();
+        QCOMPARE(m_desktop.opened,
+                 QList<QUrl>{QUrl::fromLocalFile(ProgramFolder::FilePath("help/corvane.html"))});
+    }
+
+    // The open dialogs start in the folder last chosen from, also after a restart, else in the
+    // user's documents, else at home.
+    void theOpenDialogStartsInTheLastFolderElseTheDocuments() {
+        const QByteArray oldHome = qgetenv("HOME");
+        const QString home = m_dir->filePath("home");
+        QVERIFY(QDir().mkpath(home));
+        qputenv("HOME", home.toLocal8Bit());
+        auto restore = qScopeGuard([&] { qputenv("HOME", oldHome); });
+
+        Start();
+        Action("mRunExperiment")->trigger();
+        QCOMPARE(m_dialogs.asked.back().folder, home);
+        QVERIFY(QDir().mkpath(home + "/Documents"));
+        Action("mRunQuestionnaire")->trigger();
+        QCOMPARE(m_dialogs.asked.back().folder, home + "/Documents");
+
+        const QString lab = m_dir->filePath("lab");
+        QVERIFY(QDir().mkpath(lab));
+        MakeDefinition(lab, "q.que",
+                       QuestionnaireHeader() +
+                           "1,scale response,Fine?,fine,(p2),0,0,yes,yes,no,,no,Yes,1,none,none\n");
+        const QString exp = MakeDefinition(lab, "a.exp", "Condition,position,file\n1,1,q.que\n");
+        m_dialogs.answers << exp;
+        Action("mRunExperiment")->trigger();
+        QVERIFY(VisibleSubjectForm());
+        CloseSubjectForm();
+        QVERIFY(QDir::setCurrent(m_dir->path()));
+        Action("mEditDataOpen")->trigger();
+        QCOMPARE(m_dialogs.asked.back().folder, lab);
+        Start();
+        Action("mRunExperiment")->trigger();
+        QCOMPARE(m_dialogs.asked.back().folder, lab);
+
+        QVERIFY(QDir(lab).removeRecursively());
+        Action("mRunExperiment")->trigger();
+        QCOMPARE(m_dialogs.asked.back().folder, home + "/Documents");
     }
 
     void filtersAreWrittenForTheDialog() {
