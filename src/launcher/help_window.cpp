@@ -1,5 +1,6 @@
 #include "launcher/help_window.h"
 
+#include <QEvent>
 #include <QLabel>
 #include <QTextBrowser>
 #include <QToolBar>
@@ -53,6 +54,24 @@ HelpWindow::HelpWindow(QWidget* parent) : QWidget(parent, Qt::Window) {
     home->setObjectName(QStringLiteral("HelpContents"));
 
     connect(m_browser, &QTextBrowser::sourceChanged, this, &HelpWindow::ShowTitle);
+    if (parent)
+        parent->installEventFilter(this);
+}
+
+bool HelpWindow::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == parent() && event->type() == QEvent::WindowStateChange)
+        FollowOwner(*parentWidget());
+    return QWidget::eventFilter(watched, event);
+}
+
+void HelpWindow::FollowOwner(const QWidget& owner) {
+    if (owner.isMinimized() && isVisible()) {
+        m_hiddenWithOwner = true;
+        hide();
+    } else if (!owner.isMinimized() && m_hiddenWithOwner) {
+        m_hiddenWithOwner = false;
+        show();
+    }
 }
 
 void HelpWindow::ShowPage(const QUrl& page) {

@@ -1,6 +1,7 @@
 // Corvane's own window for its help pages, for a desktop whose browser can't be started (as
 // root, where browsers refuse to run, or with none installed). Links between the pages are
-// followed inside it.
+// followed inside it. It goes out of sight with the launcher, so that a run, which minimises
+// the launcher, shows the participant nothing of it.
 #pragma once
 
 #include <QUrl>
@@ -20,8 +21,14 @@ public:
     void ShowPage(const QUrl& page);
     QTextBrowser* Browser() const { return m_browser; }
 
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 private:
     void ShowTitle();
+    void FollowOwner(const QWidget& owner);
+
+    bool m_hiddenWithOwner = false;
 
     QTextBrowser* m_browser = nullptr;
 };

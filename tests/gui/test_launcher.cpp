@@ -440,6 +440,12 @@ private slots:
         QCOMPARE(launcher.findChildren<HelpWindow*>().size(), 1);
         QCOMPARE(browser->documentTitle(), QString("Corvane tutorial: the demo experiment"));
         QVERIFY(m_boxes.empty());
+
+        // It goes out of sight with the launcher, as a run minimises it, and comes back with it.
+        launcher.showMinimized();
+        QVERIFY(!window->isVisible());
+        launcher.showNormal();
+        QVERIFY(window->isVisible());
     }
 
     void helpGoesToTheBrowserWhereOneStarts() {
