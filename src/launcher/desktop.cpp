@@ -2,16 +2,70 @@
 
 #include <QDesktopServices>
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
+#include <QStandardPaths>
 #include <algorithm>
+#include <memory>
 #include <unistd.h>
 
 namespace corvane {
 
+namespace {
+
+// How long after its start xdg-open's failure still means that no browser took the page: a
+// browser that xdg-open waits for may end with any status much later.
+constexpr qint64 kBrowserReportMs = 10000;
+
+} // namespace
+
+void Desktop::OpenInBrowser(const QUrl& page, const std::function<void()>& failed) {
+    if (!CanStartBrowser() || !OpenUrl(page))
+        failed();
+}
+
 bool SystemDesktop::OpenUrl(const QUrl& url) {
     return QDesktopServices::openUrl(url);
+}
+
+SystemDesktop::SystemDesktop(bool runsAsRoot) : m_runsAsRoot(runsAsRoot) {}
+
+bool SystemDesktop::RunsAsRoot() {
+    return ::geteuid() == 0;
+}
+
+bool SystemDesktop::CanStartBrowser() {
+    // Browsers refuse to run as root, and xdg-open is how the desktop is asked for one: without
+    // it there is no browser to ask.
+    return !m_runsAsRoot && !QStandardPaths::findExecutable(QStringLiteral("xdg-open")).isEmpty();
+}
+
+void SystemDesktop::OpenInBrowser(const QUrl& page, const std::function<void()>& failed) {
+    if (!CanStartBrowser())
+        return failed();
+    // xdg-open is started here rather than through the desktop services, which call it too but
+    // don't pass on its exit status: that status is how a desktop without a browser says so.
+    auto* opener = new QProcess;
+    opener->setProcessChannelMode(QProcess::ForwardedChannels);
+    auto since = std::make_shared<QElapsedTimer>();
+    since->start();
+    QObject::connect(opener, &QProcess::finished, opener,
+                     [opener, failed, since](int code, QProcess::ExitStatus status) {
+                         if ((status != QProcess::NormalExit || code != 0) &&
+                             since->elapsed() < kBrowserReportMs)
+                             failed();
+                         opener->deleteLater();
+                     });
+    QObject::connect(opener, &QProcess::errorOccurred, opener,
+                     [opener, failed](QProcess::ProcessError error) {
+                         if (error != QProcess::FailedToStart)
+                             return;
+                         failed();
+                         opener->deleteLater();
+                     });
+    opener->start(QStringLiteral("xdg-open"), {page.toString()});
 }
 
 bool SystemDesktop::StartProgram(const QString& program, const QStringList& arguments,

@@ -6,6 +6,7 @@
 #include <QString>
 #include <QStringList>
 #include <QUrl>
+#include <functional>
 
 namespace corvane {
 
@@ -14,6 +15,12 @@ public:
     virtual ~Desktop() = default;
     /// Opens a file, folder or web address with the desktop's default program.
     virtual bool OpenUrl(const QUrl& url) = 0;
+    /// False when the desktop's web browser can't be started for this user, so that the help
+    /// is shown in Corvane's own window instead of nowhere.
+    virtual bool CanStartBrowser() { return true; }
+    /// Opens a page in the desktop's web browser. `failed` is called, at once or when the
+    /// desktop reports it moments later, when no browser takes the page.
+    virtual void OpenInBrowser(const QUrl& page, const std::function<void()>& failed);
     /// Starts a program without waiting for it.
     virtual bool StartProgram(const QString& program, const QStringList& arguments,
                               const QString& folder) = 0;
@@ -27,11 +34,20 @@ public:
 /// The desktop of this computer.
 class SystemDesktop : public Desktop {
 public:
+    /// `runsAsRoot`: whether Corvane runs as root, where browsers refuse to start.
+    explicit SystemDesktop(bool runsAsRoot = RunsAsRoot());
+    static bool RunsAsRoot();
+
     bool OpenUrl(const QUrl& url) override;
+    bool CanStartBrowser() override;
+    void OpenInBrowser(const QUrl& page, const std::function<void()>& failed) override;
     bool StartProgram(const QString& program, const QStringList& arguments,
                       const QString& folder) override;
     bool SlideShowRunning() override;
     void SetQuickestKeyRepeat() override;
+
+private:
+    bool m_runsAsRoot;
 };
 
 /// True when a process of this user whose name is one of `names` runs, other than a headless

@@ -7,6 +7,7 @@
 #include "launcher/desktop.h"
 #include "launcher/fAbout2.h"
 #include "launcher/file_dialogs.h"
+#include "launcher/help_window.h"
 #include "launcher/new_experiment.h"
 #include "launcher/recent_experiments.h"
 #include "launcher/start_area.h"
@@ -29,6 +30,7 @@
 #include <QLabel>
 #include <QMenuBar>
 #include <QPainter>
+#include <QPointer>
 #include <QScreen>
 #include <QStatusBar>
 #include <QTimer>
@@ -218,6 +220,9 @@ void fBlue::BuildMenus() {
          [this] { ShowPixels(fPixels::Topic::Location); });
     item(mHelp, QStringLiteral("mSizing"), QStringLiteral("&Sizing Movies and Images"),
          [this] { ShowPixels(fPixels::Topic::Sizing); });
+    mHelp->addSeparator()->setObjectName(QStringLiteral("mParametersBar"));
+    item(mHelp, QStringLiteral("mParameters"), QStringLiteral("The &Parameter Language"),
+         [this] { OpenHelpPage(QStringLiteral("help/parameters.html")); });
 }
 
 void fBlue::BuildStatusBar() {
@@ -679,7 +684,13 @@ void fBlue::OpenHelpPage(const QString& page) {
     if (!QFileInfo::exists(path))
         return Tell(QStringLiteral("The help page '") + path +
                     QStringLiteral("' can not be found. Reinstall Corvane to bring it back."));
-    OpenWithDesktop(path);
+    const QUrl url = QUrl::fromLocalFile(path);
+    // Where no browser takes the page, the help shows in a window of Corvane's own.
+    const QPointer<fBlue> launcher(this);
+    m_desktop.OpenInBrowser(url, [launcher, url] {
+        if (launcher)
+            ShowHelpInOwnWindow(launcher, url);
+    });
 }
 
 void fBlue::mAboutCorvane_Click() {

@@ -1,8 +1,10 @@
 // The parameter language of definition cells and the reading of numbers in them.
 #include "definitions/number_reading.h"
 #include "definitions/parameters.h"
+#include "definitions/questionnaire_listing.h"
 #include "definitions/questionnaire_reader.h"
 #include "state/error.h"
+#include "state/run_state.h"
 
 #include <QtTest>
 
@@ -27,6 +29,74 @@ Question WithParameters(const QString& cell,
     question.Parameters = ExtractParameters(cell, list);
     ApplyItemParameters(list, question);
     return question;
+}
+
+// What corvane-def show prints for one item.
+QString Listed(const Question& question) {
+    RunState state;
+    state.Questions = RunState::EmptyQuestions(1);
+    state.Questions[1] = question;
+    state.NumQuestions = 1;
+    return ListQuestionnaire(state);
+}
+
+// The letters the parameter language acts on, found by trying every printable character on
+// its own with a value that each field would show: a letter counts when the item changes.
+QStringList RecognisedLetters() {
+    const QString untouched = Listed(WithParameters(QString()));
+    QStringList letters;
+    for (char c = '!'; c <= '~'; ++c) {
+        const QChar letter = QLatin1Char(c);
+        // Brackets and commas build the list; capitals are read as small letters.
+        if (QStringLiteral("(),").contains(letter) || letter.isUpper())
+            continue;
+        const QString cell = QStringLiteral("(") + letter + QStringLiteral("2-3>)");
+        if (Listed(WithParameters(cell)) != untouched)
+            letters << QString(letter);
+    }
+    return letters;
+}
+
+QString HelpPage(const QString& name) {
+    // The help pages as the build puts them into the program's resources.
+    const QString path =
+        QFileInfo(QStringLiteral(CORVANE_TEMPLATE)).dir().filePath(QStringLiteral("help/") + name);
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return QString();
+    return QString::fromUtf8(file.readAll());
+}
+
+QString Unescaped(QString html) {
+    html.replace(QStringLiteral("&lt;"), QStringLiteral("<"));
+    html.replace(QStringLiteral("&gt;"), QStringLiteral(">"));
+    html.replace(QStringLiteral("&quot;"), QStringLiteral("\""));
+    return html.replace(QStringLiteral("&amp;"), QStringLiteral("&"));
+}
+
+struct LetterEntry {
+    QString type;
+    QString example;
+    QString shows;
+};
+
+// The rows of the help page's table of letters, by letter.
+QMap<QString, LetterEntry> DocumentedLetters() {
+    static const QRegularExpression row(
+        QStringLiteral("<tr id=\"letter-([^\"]+)\" data-type=\"([^\"]+)\">(.*?)</tr>"),
+        QRegularExpression::DotMatchesEverythingOption);
+    static const QRegularExpression example(QStringLiteral("<code class=\"example\">(.*?)</code>"));
+    static const QRegularExpression shows(QStringLiteral("<code class=\"shows\">(.*?)</code>"));
+    QMap<QString, LetterEntry> entries;
+    auto rows = row.globalMatch(HelpPage(QStringLiteral("parameters.html")));
+    while (rows.hasNext()) {
+        const auto match = rows.next();
+        const QString body = match.captured(3);
+        entries.insert(Unescaped(match.captured(1)),
+                       {match.captured(2), Unescaped(example.match(body).captured(1)),
+                        Unescaped(shows.match(body).captured(1))});
+    }
+    return entries;
 }
 
 } // namespace
@@ -186,6 +256,51 @@ private slots:
         QFETCH(QString, condition);
         QFETCH(int, omitted);
         QCOMPARE(int(IsOmitted(cell, condition)), omitted);
+    }
+
+    // The help page on the parameter language has a row for every letter the reader acts on,
+    // and its example, read as a run reads it, shows what the page says it shows.
+    void theHelpPageDocumentsEveryLetter_data() {
+        QTest::addColumn<QString>("letter");
+        const QStringList letters = RecognisedLetters();
+        QVERIFY(letters.contains(QStringLiteral("p")));
+        QVERIFY(!letters.contains(QStringLiteral("z")));
+        for (const QString& letter : letters)
+            QTest::newRow(qPrintable(letter)) << letter;
+    }
+    void theHelpPageDocumentsEveryLetter() {
+        QFETCH(QString, letter);
+        const QMap<QString, LetterEntry> documented = DocumentedLetters();
+        QVERIFY2(documented.contains(letter),
+                 qPrintable(QStringLiteral("no row for the letter ") + letter));
+        const LetterEntry entry = documented.value(letter);
+        ParameterList list;
+        ExtractParameters(entry.example, list);
+        bool given = false;
+        for (int slot = 1; slot <= list.count; ++slot)
+            given = given || SlotLetter(list.entries[std::size_t(slot)]) == letter;
+        QVERIFY2(given, qPrintable(entry.example));
+        QVERIFY(!entry.shows.isEmpty());
+        const QStringList lines = Listed(WithParameters(entry.example, entry.type)).split('\n');
+        QVERIFY2(lines.contains(QStringLiteral("  ") + entry.shows), qPrintable(lines.join('\n')));
+    }
+
+    void theHelpPageDocumentsNoOtherLetter() {
+        const QStringList recognised = RecognisedLetters();
+        const QStringList documented = DocumentedLetters().keys();
+        QVERIFY(!documented.isEmpty());
+        for (const QString& letter : documented)
+            QVERIFY2(recognised.contains(letter), qPrintable(letter));
+    }
+
+    void theOtherHelpPagesLinkToIt_data() {
+        QTest::addColumn<QString>("page");
+        QTest::newRow("help topics") << "corvane.html";
+        QTest::newRow("tutorial") << "tutorial.html";
+    }
+    void theOtherHelpPagesLinkToIt() {
+        QFETCH(QString, page);
+        QVERIFY(HelpPage(page).contains(QStringLiteral("href=\"parameters.html")));
     }
 };
 

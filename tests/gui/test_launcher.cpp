@@ -9,6 +9,7 @@
 #include "launcher/desktop.h"
 #include "launcher/fBlue.h"
 #include "launcher/file_dialogs.h"
+#include "launcher/help_window.h"
 #include "launcher/new_experiment.h"
 #include "launcher/recent_experiments.h"
 #include "preferences/preferences.h"
@@ -32,6 +33,9 @@
 #include <QSignalSpy>
 #include <QStatusBar>
 #include <QTest>
+#include <QTextBlock>
+#include <QTextBrowser>
+#include <unistd.h>
 
 using namespace corvane;
 using namespace corvane::test;
@@ -58,8 +62,9 @@ class WatchedDesktop : public Desktop {
 public:
     bool OpenUrl(const QUrl& url) override {
         opened << url;
-        return true;
+        return openSucceeds;
     }
+    bool CanStartBrowser() override { return browserUsable; }
     bool StartProgram(const QString& program, const QStringList&, const QString&) override {
         started << program;
         return true;
@@ -71,6 +76,8 @@ public:
     QStringList started;
     bool slideShow = false;
     int repeatSet = 0;
+    bool openSucceeds = true;
+    bool browserUsable = true;
 };
 
 QStringList Captions(const QMenu* menu) {
@@ -96,6 +103,26 @@ fCodes* VisibleSubjectForm() {
             return qobject_cast<fCodes*>(window);
     }
     return nullptr;
+}
+
+// Clicks the first link to `href` in the browser, as the participant's mouse would.
+bool ClickLink(QTextBrowser* browser, const QString& href) {
+    QTextDocument* document = browser->document();
+    for (QTextBlock block = document->begin(); block.isValid(); block = block.next()) {
+        for (auto it = block.begin(); !it.atEnd(); ++it) {
+            const QTextFragment fragment = it.fragment();
+            if (fragment.charFormat().anchorHref() != href)
+                continue;
+            QTextCursor cursor(document);
+            cursor.setPosition(fragment.position() + fragment.length() / 2);
+            browser->setTextCursor(cursor);
+            browser->ensureCursorVisible();
+            const QPoint at = browser->cursorRect(cursor).center();
+            QTest::mouseClick(browser->viewport(), Qt::LeftButton, {}, at);
+            return true;
+        }
+    }
+    return false;
 }
 
 void CloseSubjectForm() {
@@ -167,7 +194,8 @@ private slots:
                               "Arabic", "Baltic", "Russian", "Thai", "Eastern European"}));
         QCOMPARE(Captions(Menu("mHelp")),
                  QStringList({"&Help Topics", "On-Line &Tutorial", "&About Corvane",
-                              "Show &Location Points", "&Sizing Movies and Images"}));
+                              "Show &Location Points", "&Sizing Movies and Images", "-",
+                              "The &Parameter Language"}));
 
         // The controls carry the names the operator's manual and the tests use.
         for (const char* name :
@@ -177,7 +205,8 @@ private slots:
               "mExplorer",      "mnuQuickStyle",     "mSetOptions",   "mGetOptions",
               "mMuteSounds",    "mCharsets(0)",      "mCharsets(10)", "mnuPrefLoad",
               "mnuPref(0)",     "mnuPref(10)",       "mnuCVXEdit",    "mHelpTopics",
-              "mTutorial",      "mAboutCorvane",     "mShowLoc",      "mSizing"})
+              "mTutorial",      "mAboutCorvane",     "mShowLoc",      "mSizing",
+              "mParameters"})
             QVERIFY2(Action(name), name);
         QVERIFY(launcher.findChild<QStatusBar*>("StatusBar1"));
         for (const char* name : {"Panel(1)", "Panel(2)", "Panel(3)", "Panel(4)"})
@@ -379,6 +408,110 @@ private slots:
         QCOMPARE(m_desktop.opened.back(),
                  QUrl::fromLocalFile(ProgramFolder::FilePath("help/tutorial.html")));
         QVERIFY(QFile::exists(ProgramFolder::FilePath("help/corvane.html")));
+    }
+
+    // Where the desktop's browser can't be started (as root, without xdg-open, or when the
+    // desktop fails to open the page), the help shows in Corvane's own window, and its links
+    // lead to the other help pages inside it.
+    void helpOpensInItsOwnWindowWithoutABrowser_data() {
+        QTest::addColumn<bool>("browserUsable");
+        QTest::addColumn<bool>("openSucceeds");
+        QTest::addColumn<int>("desktopAsked");
+        QTest::newRow("as root or without xdg-open") << false << true << 0;
+        QTest::newRow("the desktop fails to open it") << true << false << 1;
+    }
+    void helpOpensInItsOwnWindowWithoutABrowser() {
+        QFETCH(bool, browserUsable);
+        QFETCH(bool, openSucceeds);
+        m_desktop.browserUsable = browserUsable;
+        m_desktop.openSucceeds = openSucceeds;
+        fBlue& launcher = Start();
+        QVERIFY(!launcher.findChild<HelpWindow*>());
+
+        Action("mHelpTopics")->trigger();
+        QTEST(int(m_desktop.opened.size()), "desktopAsked");
+        auto* window = launcher.findChild<HelpWindow*>();
+        QVERIFY(window);
+        QVERIFY(window->isVisible());
+        QCOMPARE(window->windowTitle(), QString("Corvane help"));
+        QTextBrowser* browser = window->Browser();
+        QCOMPARE(browser->source(),
+                 QUrl::fromLocalFile(ProgramFolder::FilePath("help/corvane.html")));
+        QVERIFY(browser->toPlainText().contains("The launcher's menus"));
+
+        QVERIFY(ClickLink(browser, "parameters.html"));
+        QCOMPARE(browser->documentTitle(), QString("Corvane help: the parameter language"));
+        QCOMPARE(window->windowTitle(), QString("Corvane help: the parameter language"));
+        QVERIFY(browser->toPlainText().contains("corvane-def show"));
+
+        // Another page from the menu goes to the same window.
+        Action("mTutorial")->trigger();
+        QCOMPARE(launcher.findChildren<HelpWindow*>().size(), 1);
+        QCOMPARE(browser->documentTitle(), QString("Corvane tutorial: the demo experiment"));
+        QVERIFY(m_boxes.empty());
+
+        // It goes out of sight with the launcher, as a run minimises it, and comes back with it.
+        launcher.showMinimized();
+        QVERIFY(!window->isVisible());
+        launcher.showNormal();
+        QVERIFY(window->isVisible());
+    }
+
+    void helpGoesToTheBrowserWhereOneStarts() {
+        fBlue& launcher = Start();
+        Action("mParameters")->trigger();
+        QCOMPARE(m_desktop.opened,
+                 QList<QUrl>{QUrl::fromLocalFile(ProgramFolder::FilePath("help/parameters.html"))});
+        QVERIFY(QFile::exists(ProgramFolder::FilePath("help/parameters.html")));
+        QVERIFY(!launcher.findChild<HelpWindow*>());
+        QVERIFY(m_boxes.empty());
+    }
+
+    // The desktop of this computer: no browser as root or without xdg-open, and none when
+    // xdg-open says so by its exit status; a page that xdg-open hands on is taken.
+    void theSystemDesktopTellsWhenNoBrowserTakesThePage_data() {
+        QTest::addColumn<bool>("asRoot");
+        QTest::addColumn<QString>("opener");
+        QTest::addColumn<bool>("asked");
+        QTest::addColumn<bool>("fails");
+        QTest::newRow("as root") << true << "exit 0" << false << true;
+        QTest::newRow("no xdg-open") << false << "" << false << true;
+        QTest::newRow("xdg-open finds no browser") << false << "exit 3" << true << true;
+        QTest::newRow("xdg-open hands it on") << false << "exit 0" << true << false;
+    }
+    void theSystemDesktopTellsWhenNoBrowserTakesThePage() {
+        QFETCH(bool, asRoot);
+        QFETCH(QString, opener);
+        QFETCH(bool, asked);
+        QFETCH(bool, fails);
+        const QString bin = m_dir->filePath("bin");
+        const QString note = m_dir->filePath("asked.txt");
+        QVERIFY(QDir().mkpath(bin));
+        if (!opener.isEmpty()) {
+            QFile script(bin + "/xdg-open");
+            QVERIFY(script.open(QIODevice::WriteOnly));
+            script.write(("#!/bin/sh\necho \"$1\" > '" + note + "'\n" + opener + "\n").toUtf8());
+            script.close();
+            QVERIFY(script.setPermissions(script.permissions() | QFile::ExeOwner));
+        }
+        const QUrl page = QUrl::fromLocalFile(m_dir->filePath("page.html"));
+        const QByteArray path = qgetenv("PATH");
+        qputenv("PATH", QFile::encodeName(bin));
+        bool failed = false;
+        SystemDesktop desktop(asRoot);
+        desktop.OpenInBrowser(page, [&failed] { failed = true; });
+        qputenv("PATH", path);
+        if (asked) {
+            QTRY_VERIFY(QFile::exists(note));
+            QTRY_COMPARE(FileLines(note).value(0).trimmed(), page.toString());
+        }
+        if (fails) {
+            QTRY_VERIFY(failed);
+        } else {
+            QTest::qWait(1000); // its end is seen by now
+            QVERIFY(!failed);
+        }
+        QVERIFY(asked || !QFile::exists(note));
     }
 
     void toolsThatAreMissingSaySo() {
