@@ -8,19 +8,11 @@ here=$(cd "$(dirname "$0")" && pwd)
 build=$(cd "${1:-$here/../build}" && pwd)
 corvane=$build/src/app/corvane
 grab=$build/bench/screen_grab
-work=$(mktemp -d)
-trap 'kill ${app:-} ${wm:-} ${xvfb:-} 2>/dev/null || true; rm -rf "$work"' EXIT
-
-Xvfb -displayfd 3 -screen 0 1024x768x24 -nolisten tcp 3>"$work/display" >/dev/null 2>&1 &
-xvfb=$!
-for _ in $(seq 300); do [ -s "$work/display" ] && break; sleep 0.1; done
-export DISPLAY=:$(cat "$work/display") XDG_DATA_HOME=$work/xdg XDG_CONFIG_HOME=$work/config
-openbox --sm-disable >/dev/null 2>&1 &
-wm=$!
+. "$here/private_display.sh" 1024x768 openbox
 # No browser to be had: an empty PATH has no xdg-open.
 mkdir "$work/no-browser"
 PATH=$work/no-browser "$corvane" >"$work/corvane.log" 2>&1 &
-app=$!
+to_stop+=($!)
 launcher=$(xdotool search --sync --onlyvisible --name '^Corvane$' | head -n 1)
 sleep 8 # the splash gives way to the launcher
 

@@ -6,16 +6,8 @@
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 build=$(cd "${1:-$here/../build}" && pwd)
-work=$(mktemp -d)
-trap 'kill ${app:-} ${wm:-} ${xvfb:-} 2>/dev/null || true; rm -rf "$work"' EXIT
-
-Xvfb -displayfd 3 -screen 0 1280x800x24 -nolisten tcp 3>"$work/display" >/dev/null 2>&1 &
-xvfb=$!
-for _ in $(seq 300); do [ -s "$work/display" ] && break; sleep 0.1; done
-export DISPLAY=:$(cat "$work/display") HOME=$work/home XDG_DATA_HOME=$work/home/.local/share \
-    XDG_CONFIG_HOME=$work/home/.config
-openbox >/dev/null 2>&1 &
-wm=$!
+. "$here/private_display.sh" 1280x800 openbox
+export HOME=$work/home XDG_DATA_HOME=$work/home/.local/share XDG_CONFIG_HOME=$work/home/.config
 
 # Two studies made as the README shows, run once each: the newest first in the list.
 templates=$here/../resources/templates
@@ -32,7 +24,7 @@ printf '%s\r\n' "$HOME/Documents/lab/sleep/sleep.exp" "$HOME/Documents/lab/mood/
     >"$XDG_DATA_HOME/corvane/ini/lastexp.ini"
 
 "$build/src/app/corvane" >"$work/corvane.log" 2>&1 &
-app=$!
+to_stop+=($!)
 xdotool search --sync --name '^Corvane$' >/dev/null
 sleep 8 # the splash gives way to the launcher
 xdotool mousemove 640 700
