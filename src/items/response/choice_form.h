@@ -90,6 +90,7 @@ protected:
 private:
     void LayOutHorizontal(int n, int points);
     void LayOutVertical(int n, double yoff, double gap);
+    void FitListInPicture();
     void ApplyLabelParameters(int n);
     void ShowWording();
     void StartLimitTimer();
