@@ -1,9 +1,10 @@
-// Every response form fits the screens of a lab: at 1024x768, 1366x768 and 1920x1080, each
-// visible control of the form (buttons, boxes, labels, the navigation bar) lies inside the screen
-// and inside the control that holds it, and no control of the item lies under the navigation bar.
-// The forms are shown in the real run window, on an X server of the test's own with openbox as
-// window manager: this executable runs itself once per screen size on such a server, the child
-// shows each form and reports the places of its controls, and the rows here check them.
+// Every response form fits the screens of a lab: at 1024x768, 1280x1024, 1366x768 and
+// 1920x1080, each visible control of the form (buttons, boxes, labels, the navigation bar) lies
+// inside the screen and inside the control that holds it, and no control of the item lies under
+// the navigation bar. The forms are shown in the real run window, on an X server of the test's
+// own with openbox as window manager: this executable runs itself once per screen size on such a
+// server, the child shows each form and reports the places of its controls, and the rows here
+// check them.
 #include "devices/fed_sample_source.h"
 #include "devices/voice_input.h"
 #include "private_x_server.h"
@@ -23,7 +24,7 @@ namespace {
 // Set in the child's environment: the child shows the forms and writes their places.
 constexpr const char* kChildMode = "CORVANE_LAYOUT_REPORT";
 
-const QStringList kSizes = {"1024x768", "1366x768", "1920x1080"};
+const QStringList kSizes = {"1024x768", "1280x1024", "1366x768", "1920x1080"};
 
 QString Header() {
     QString header = "questionnumber,QuestionType,QuestionWording,VariableName,Parameters,"
@@ -294,6 +295,11 @@ private slots:
         QVERIFY2(!report.contains("error"), qPrintable(report["error"].toString()));
         const QRect screen = RectOf(report["screen"]);
         QCOMPARE(QString("%1x%2").arg(screen.width()).arg(screen.height()), size);
+
+        // The item form is the run window: it covers the screen, with no frame of the window
+        // manager's taking a part of it.
+        const QJsonObject window = report["controls"].toArray().first().toObject();
+        QCOMPARE(RectOf(window["rect"]), screen);
 
         QStringList faults;
         QRect bar;
