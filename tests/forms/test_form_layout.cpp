@@ -92,6 +92,8 @@ QList<FormCase> Cases() {
          FirstItem() + Row(2, "scale response", kTwoLines, "v12", "(p12)"), AnswerFirst},
         {"scale, horizontal, 12 points",
          FirstItem() + Row(2, "scale response", kTwoLines, "h12", "(p12,w900)"), AnswerFirst},
+        {"scale, horizontal, 12 points, written for a wider screen",
+         FirstItem() + Row(2, "scale response", kTwoLines, "hw", "(p12,w1800)"), AnswerFirst},
         {"multiple response, 12 options",
          FirstItem() + Row(2, "multiple response", kTwoLines, "m12", "(p12)"), AnswerFirst},
         {"ranking, 12 labels",

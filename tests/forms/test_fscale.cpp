@@ -61,6 +61,23 @@ private slots:
         QVERIFY(!run.Control<QPushButton>("bResponse(6)")->isVisible());
     }
 
+    // A scale written for a wider screen takes the picture box's width, every button and label
+    // whole in it.
+    void horizontalScaleWiderThanTheScreen() {
+        RunFixture run;
+        run.Start(kHeader, Scale(1, "h", "(p12,w3000)"));
+        QWidget* picture = run.Control<QWidget>("Picture1");
+        for (int n = 1; n <= 12; ++n) {
+            auto* button = run.Control<QPushButton>(QString("bResponse(%1)").arg(n));
+            QLabel* label = run.Control<QLabel>(QString("lText(%1)").arg(n));
+            QVERIFY2(picture->rect().contains(button->geometry()), qPrintable(QString::number(n)));
+            QVERIFY(picture->rect().contains(label->geometry()));
+        }
+        auto* first = run.Control<QPushButton>("bResponse(1)");
+        auto* second = run.Control<QPushButton>("bResponse(2)");
+        QVERIFY(qAbs(second->x() - first->x() - picture->width() / 12.0) <= 1.0);
+    }
+
     void verticalListMovesAndSpreads() {
         RunFixture run;
         run.Start(kHeader, Scale(1, "v", "(p3,t50,s2)"));

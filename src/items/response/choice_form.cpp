@@ -127,9 +127,11 @@ void ChoiceForm::LayOutHorizontal(int n, int points) {
     TwipRect& button = m_button[std::size_t(n)];
     TwipRect& label = m_label[std::size_t(n)];
     button.top = item.Top < 1 ? m_button[1].top : item.Top * TPY();
-    const double total = item.Width * TPX();
+    // A scale wider than the picture box, written for a larger screen, takes the box's width.
+    const double box = ScaledDesign(kPicture).width;
+    const double total = qMin(item.Width * TPX(), box);
     const double col = total / points;
-    const double margin = (ScaledDesign(kPicture).width - total) / 2;
+    const double margin = (box - total) / 2;
     const double pad = 10 * TPX(); // the button stands ten pixels right of its label's centre
     button.left = (n - 1) * col + margin + col / 2 + pad - button.width / 2;
     label.top = m_button[1].top + m_button[1].height;
