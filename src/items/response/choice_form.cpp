@@ -172,7 +172,9 @@ void ChoiceForm::FitListInPicture() {
     const double pitch = (last.top - first.top) / (m_points - 1);
     const double fitting = (room - first.height - first.top) / (m_points - 1);
     const double rows = qMax(fitting, first.height);
-    const double top = qMax(0.0, qMin(first.top, room - first.height - (m_points - 1) * rows));
+    // The first label stands a little above its button and must stay in the box too.
+    const double lowest = qMax(0.0, first.top - m_label[1].top);
+    const double top = qMax(lowest, qMin(first.top, room - first.height - (m_points - 1) * rows));
     // Between a label's bottom and the next row's label the design leaves 90 twips.
     const double labelRoom = rows - ScaledDesign({0, 0, 0, 390 - 300}).height;
     for (int n = 1; n <= m_points; ++n) {
