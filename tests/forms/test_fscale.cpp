@@ -61,6 +61,23 @@ private slots:
         QVERIFY(!run.Control<QPushButton>("bResponse(6)")->isVisible());
     }
 
+    // A scale written for a wider screen takes the picture box's width, every button and label
+    // whole in it.
+    void horizontalScaleWiderThanTheScreen() {
+        RunFixture run;
+        run.Start(kHeader, Scale(1, "h", "(p12,w3000)"));
+        QWidget* picture = run.Control<QWidget>("Picture1");
+        for (int n = 1; n <= 12; ++n) {
+            auto* button = run.Control<QPushButton>(QString("bResponse(%1)").arg(n));
+            QLabel* label = run.Control<QLabel>(QString("lText(%1)").arg(n));
+            QVERIFY2(picture->rect().contains(button->geometry()), qPrintable(QString::number(n)));
+            QVERIFY(picture->rect().contains(label->geometry()));
+        }
+        auto* first = run.Control<QPushButton>("bResponse(1)");
+        auto* second = run.Control<QPushButton>("bResponse(2)");
+        QVERIFY(qAbs(second->x() - first->x() - picture->width() / 12.0) <= 1.0);
+    }
+
     void verticalListMovesAndSpreads() {
         RunFixture run;
         run.Start(kHeader, Scale(1, "v", "(p3,t50,s2)"));
@@ -73,6 +90,40 @@ private slots:
         QVERIFY(qAbs(second->y() - first->y() - (390 + 375) * sy / 15.0) <= 1.0);
         QLabel* label = run.Control<QLabel>("lText(2)");
         QVERIFY(qAbs(label->height() - (300 + 375) * sy / 15.0) <= 1.0);
+    }
+
+    // A list longer than the picture box has its rows brought closer, every button whole and
+    // none over another; a list that fits keeps the design pitch.
+    void verticalListSharesTheHeightThereIs_data() {
+        QTest::addColumn<QString>("parameters");
+        QTest::addColumn<bool>("designPitch");
+        QTest::newRow("7 points fit") << "(p7)" << true;
+        QTest::newRow("12 points") << "(p12)" << false;
+        QTest::newRow("12 points, spacing 2") << "(p12,s2)" << false;
+        QTest::newRow("12 points, low on the screen") << "(p12,t400)" << false;
+    }
+    void verticalListSharesTheHeightThereIs() {
+        QFETCH(QString, parameters);
+        QFETCH(bool, designPitch);
+        RunFixture run;
+        run.Start(kHeader, Scale(1, "v", parameters));
+        const double sy = run.Form()->height() * 15.0 / 7200.0;
+        QWidget* picture = run.Control<QWidget>("Picture1");
+        const int points = designPitch ? 7 : 12;
+        for (int n = 1; n <= points; ++n) {
+            auto* button = run.Control<QPushButton>(QString("bResponse(%1)").arg(n));
+            QLabel* label = run.Control<QLabel>(QString("lText(%1)").arg(n));
+            QVERIFY2(picture->rect().contains(button->geometry()), qPrintable(QString::number(n)));
+            QVERIFY(picture->rect().contains(label->geometry()));
+            if (n == 1)
+                continue;
+            auto* above = run.Control<QPushButton>(QString("bResponse(%1)").arg(n - 1));
+            QLabel* labelAbove = run.Control<QLabel>(QString("lText(%1)").arg(n - 1));
+            QVERIFY(button->y() >= above->geometry().bottom());
+            QVERIFY(label->y() > labelAbove->geometry().bottom());
+            if (designPitch)
+                QVERIFY(qAbs(button->y() - above->y() - 390 * sy / 15.0) <= 1.0);
+        }
     }
 
     void keysAndTheirTimeRules() {

@@ -2,9 +2,9 @@
 // test's own: the top-row keys give "&", "é", "(" ... unshifted, and must still choose their
 // digits, as must the keypad; a script's `key 1` must still choose 1.
 #include "definition_fixtures.h"
+#include "private_x_server.h"
 
 #include <QProcess>
-#include <QStandardPaths>
 #include <QThread>
 #include <QtTest>
 
@@ -50,33 +50,16 @@ bool RunsWithin(QProcess& process, const QStringList& args, int ms) {
 class TestKeyboardLayout : public QObject {
     Q_OBJECT
 
-    QProcess m_server;
-    QString m_display;
+    corvane::test::PrivateXServer m_x;
 
-    // Starts a private X server on a free display and gives it the French layout; empty when it
-    // worked, else why not.
+    // Starts a private X server and gives it the French layout; empty when it worked, else why
+    // not.
     QString StartFrenchServer() {
-        for (const char* tool : {"Xvfb", "setxkbmap", "xdotool"}) {
-            if (QStandardPaths::findExecutable(tool).isEmpty())
-                return QString("%1 is not installed").arg(tool);
-        }
-        // The server picks a free display itself and writes its number; -noreset keeps the
-        // layout when the program, its last client, closes.
-        m_server.start("Xvfb", {"-displayfd", "1", "-noreset", "-nolisten", "tcp", "-screen", "0",
-                                "1024x768x24"});
-        if (!m_server.waitForStarted(5000))
-            return "Xvfb could not start";
-        QByteArray number;
-        for (int i = 0; i < 100 && !number.contains('\n'); ++i) {
-            m_server.waitForReadyRead(100);
-            number += m_server.readAllStandardOutput();
-        }
-        if (!number.contains('\n'))
-            return "Xvfb did not report a display";
-        m_display = ":" + QString::fromLatin1(number).trimmed();
+        if (const QString why = m_x.Start("1024x768", {"setxkbmap", "xdotool"}); !why.isEmpty())
+            return why;
         QProcess layout;
-        if (!RunsWithin(layout, {"setxkbmap", "-display", m_display, "fr"}, 10000))
-            return "setxkbmap could not set the French layout on " + m_display + ": " +
+        if (!RunsWithin(layout, {"setxkbmap", "-display", m_x.Display(), "fr"}, 10000))
+            return "setxkbmap could not set the French layout on " + m_x.Display() + ": " +
                    QString::fromUtf8(layout.readAllStandardError());
         return {};
     }
@@ -87,20 +70,10 @@ class TestKeyboardLayout : public QObject {
         return RunsWithin(press, {"xdotool", "key", keysym}, 10000);
     }
 
-    QProcessEnvironment Environment() const {
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert("DISPLAY", m_display);
-        env.insert("QT_QPA_PLATFORM", "xcb");
-        return env;
-    }
+    QProcessEnvironment Environment() const { return m_x.Environment(); }
 
 private slots:
-    void cleanup() {
-        if (m_server.state() != QProcess::NotRunning) {
-            m_server.terminate();
-            m_server.waitForFinished(5000);
-        }
-    }
+    void cleanup() { m_x.Stop(); }
 
     void digitKeysChooseByTheirPlaceOnAFrenchKeyboard() {
         if (const QString why = StartFrenchServer(); !why.isEmpty())

@@ -5,9 +5,9 @@
 // openbox binds to a change of workspace, ends the run with its data written.
 #include "definition_fixtures.h"
 #include "preferences/preference_file.h"
+#include "private_x_server.h"
 
 #include <QProcess>
-#include <QStandardPaths>
 #include <QThread>
 #include <QtTest>
 
@@ -49,17 +49,10 @@ int LinesIn(const QString& path) {
 class TestKioskKeys : public QObject {
     Q_OBJECT
 
-    QProcess m_server;
-    QProcess m_windowManager;
+    corvane::test::PrivateXServer m_x;
     QProcess m_run;
-    QString m_display;
 
-    QProcessEnvironment Environment() const {
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert("DISPLAY", m_display);
-        env.insert("QT_QPA_PLATFORM", "xcb");
-        return env;
-    }
+    QProcessEnvironment Environment() const { return m_x.Environment(); }
 
     QString Xdotool(const QStringList& args) {
         QProcess tool;
@@ -71,33 +64,15 @@ class TestKioskKeys : public QObject {
 
     // A private X server with openbox on it; empty when it worked, else why not.
     QString StartDesktop(const QString& folder) {
-        for (const char* tool : {"Xvfb", "openbox", "xdotool"}) {
-            if (QStandardPaths::findExecutable(tool).isEmpty())
-                return QString("%1 is not installed").arg(tool);
-        }
-        m_server.start("Xvfb",
-                       {"-displayfd", "1", "-nolisten", "tcp", "-screen", "0", "1024x768x24"});
-        if (!m_server.waitForStarted(5000))
-            return "Xvfb could not start";
-        QByteArray number;
-        for (int i = 0; i < 100 && !number.contains('\n'); ++i) {
-            m_server.waitForReadyRead(100);
-            number += m_server.readAllStandardOutput();
-        }
-        if (!number.contains('\n'))
-            return "Xvfb did not report a display";
-        m_display = ":" + QString::fromLatin1(number).trimmed();
+        if (const QString why = m_x.Start("1024x768", {"xdotool"}); !why.isEmpty())
+            return why;
         const QString config = QDir(folder).filePath("rc.xml");
         WriteBytes(config, OpenboxConfig(folder));
-        m_windowManager.setProcessEnvironment(Environment());
-        m_windowManager.start("openbox", {"--sm-disable", "--config-file", config});
-        if (!m_windowManager.waitForStarted(5000))
-            return "openbox could not start";
-        // openbox is up once it has set the desktops on the root window.
-        for (int i = 0; i < 50 && Xdotool({"get_num_desktops"}) != "2"; ++i)
-            QThread::msleep(100);
+        if (const QString why = m_x.StartOpenbox(config); !why.isEmpty())
+            return why;
+        // The configuration's two desktops show that openbox read it.
         if (Xdotool({"get_num_desktops"}) != "2")
-            return "openbox did not take the screen";
+            return "openbox did not take its configuration";
         return {};
     }
 
@@ -121,12 +96,11 @@ class TestKioskKeys : public QObject {
 
 private slots:
     void cleanup() {
-        for (QProcess* process : {&m_run, &m_windowManager, &m_server}) {
-            if (process->state() != QProcess::NotRunning) {
-                process->terminate();
-                process->waitForFinished(5000);
-            }
+        if (m_run.state() != QProcess::NotRunning) {
+            m_run.terminate();
+            m_run.waitForFinished(5000);
         }
+        m_x.Stop();
     }
 
     void keysDuringARun_data() {

@@ -4,6 +4,7 @@
 // there by keys. The data hold "ok" with plausible times, and the order log every entry.
 #include "definition_fixtures.h"
 #include "forms/media_files.h"
+#include "private_x_server.h"
 
 #include <QElapsedTimer>
 #include <QProcess>
@@ -55,35 +56,11 @@ QList<int> Times(const QByteArray& row) {
 class TestMediaRun : public QObject {
     Q_OBJECT
 
-    QProcess m_server;
-    QString m_display;
+    corvane::test::PrivateXServer m_x;
 
-    QString StartServer() {
-        for (const char* tool : {"Xvfb", "xdotool", "soffice"}) {
-            if (QStandardPaths::findExecutable(tool).isEmpty())
-                return QString("%1 is not installed").arg(tool);
-        }
-        m_server.start("Xvfb", {"-displayfd", "1", "-noreset", "-nolisten", "tcp", "-screen", "0",
-                                "1024x768x24"});
-        if (!m_server.waitForStarted(5000))
-            return "Xvfb could not start";
-        QByteArray number;
-        for (int i = 0; i < 100 && !number.contains('\n'); ++i) {
-            m_server.waitForReadyRead(100);
-            number += m_server.readAllStandardOutput();
-        }
-        if (!number.contains('\n'))
-            return "Xvfb did not report a display";
-        m_display = ":" + QString::fromLatin1(number).trimmed();
-        return {};
-    }
+    QString StartServer() { return m_x.Start("1024x768", {"xdotool", "soffice"}); }
 
-    QProcessEnvironment X() const {
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert("DISPLAY", m_display);
-        env.insert("QT_QPA_PLATFORM", "xcb");
-        return env;
-    }
+    QProcessEnvironment X() const { return m_x.Environment(); }
 
     // The window of a running show, once it is there; empty after `ms`.
     QString ShowWindow(int ms) {
@@ -114,12 +91,7 @@ class TestMediaRun : public QObject {
     }
 
 private slots:
-    void cleanup() {
-        if (m_server.state() != QProcess::NotRunning) {
-            m_server.terminate();
-            m_server.waitForFinished(5000);
-        }
-    }
+    void cleanup() { m_x.Stop(); }
 
     void mediaInTheListAndAsItems() {
         if (QStandardPaths::findExecutable("soffice").isEmpty())

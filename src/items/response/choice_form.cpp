@@ -11,6 +11,7 @@
 #include <QMouseEvent>
 #include <QPushButton>
 #include <algorithm>
+#include <cmath>
 
 namespace corvane {
 
@@ -108,6 +109,8 @@ void ChoiceForm::LayOut(int points) {
         else
             LayOutVertical(n, yoff, gap);
     }
+    if (item.Width < 1)
+        FitListInPicture();
     for (int n = 1; n <= m_points; ++n)
         ApplyLabelParameters(n);
     for (int n = 1; n <= m_points; ++n) {
@@ -124,9 +127,11 @@ void ChoiceForm::LayOutHorizontal(int n, int points) {
     TwipRect& button = m_button[std::size_t(n)];
     TwipRect& label = m_label[std::size_t(n)];
     button.top = item.Top < 1 ? m_button[1].top : item.Top * TPY();
-    const double total = item.Width * TPX();
+    // A scale wider than the picture box, written for a larger screen, takes the box's width.
+    const double box = ScaledDesign(kPicture).width;
+    const double total = qMin(item.Width * TPX(), box);
     const double col = total / points;
-    const double margin = (ScaledDesign(kPicture).width - total) / 2;
+    const double margin = (box - total) / 2;
     const double pad = 10 * TPX(); // the button stands ten pixels right of its label's centre
     button.left = (n - 1) * col + margin + col / 2 + pad - button.width / 2;
     label.top = m_button[1].top + m_button[1].height;
@@ -146,6 +151,39 @@ void ChoiceForm::LayOutVertical(int n, double yoff, double gap) {
     if (m_design.listFollowsLeft && item.Left >= 1) {
         label.left = item.Left * TPX() + label.left - button.left;
         button.left = item.Left * TPX();
+    }
+}
+
+// A list that would run past the bottom of the picture box (twelve points on the design pitch
+// do, by a little; a Top or a ScaleStep by much more) has its rows brought closer so that the
+// last button ends at the box's bottom: the rows share the height that is there. Buttons keep
+// their size; labels shrink only where they would run into the next row. Rows closer than a
+// button's height would overlap, so then the list moves up instead. A list that fits is left
+// as it is.
+void ChoiceForm::FitListInPicture() {
+    if (m_points < 2)
+        return;
+    // A pixel to spare, so that the rounding to pixels never takes the last one away.
+    const double room = (std::floor(ScaledDesign(kPicture).height / TPY()) - 1) * TPY();
+    const TwipRect first = m_button[1];
+    const TwipRect last = m_button[std::size_t(m_points)];
+    if (last.top + last.height <= room)
+        return;
+    const double pitch = (last.top - first.top) / (m_points - 1);
+    const double fitting = (room - first.height - first.top) / (m_points - 1);
+    const double rows = qMax(fitting, first.height);
+    // The first label stands a little above its button and must stay in the box too.
+    const double lowest = qMax(0.0, first.top - m_label[1].top);
+    const double top = qMax(lowest, qMin(first.top, room - first.height - (m_points - 1) * rows));
+    // Between a label's bottom and the next row's label the design leaves 90 twips.
+    const double labelRoom = rows - ScaledDesign({0, 0, 0, 390 - 300}).height;
+    for (int n = 1; n <= m_points; ++n) {
+        TwipRect& button = m_button[std::size_t(n)];
+        TwipRect& label = m_label[std::size_t(n)];
+        const double shift = top + (n - 1) * rows - (first.top + (n - 1) * pitch);
+        button.top += shift;
+        label.top += shift;
+        label.height = qMin(label.height, qMax(0.0, labelRoom));
     }
 }
 

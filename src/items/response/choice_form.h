@@ -94,6 +94,7 @@ protected:
 private:
     void LayOutHorizontal(int n, int points);
     void LayOutVertical(int n, double yoff, double gap);
+    void FitListInPicture();
     void ApplyLabelParameters(int n);
     void ShowWording();
     void StartLimitTimer();

@@ -125,7 +125,9 @@ void fOnLine::LayOutLabels(int points) {
         number->setText(item.pointlabel[std::size_t(n)]);
         text->setText(item.textlabel[std::size_t(n)]);
         const double tick = (n - 1) * col + 225;
-        PlaceTwips(number, {tick - kNumberWidth / 2, kNumberTop, kNumberWidth, kNumberHeight});
+        // The number stays centred on its tick; its box narrows at the ends to stay on the bar.
+        const double numberWidth = qMin(kNumberWidth, 2 * qMin(tick, kFormWidth - tick));
+        PlaceTwips(number, {tick - numberWidth / 2, kNumberTop, numberWidth, kNumberHeight});
         const double width = qMax(col, kNumberWidth);
         TwipRect place{tick - width / 2, kTextTop, width, kTextHeight};
         if (n == 1) {
