@@ -98,6 +98,16 @@ QStringList ColumnOf(const QString& csv, const QString& column) {
     return cells;
 }
 
+// Each of `cells` ("column=a;b;c") against that column of the file exported back to CSV.
+void CompareExportedColumns(const QString& file, const QStringList& cells) {
+    const Run exported = RunDef({QStringLiteral("export"), file});
+    for (const QString& expected : cells) {
+        const QString column = expected.section(QLatin1Char('='), 0, 0);
+        QCOMPARE(ColumnOf(exported.out, column).join(QLatin1Char(';')),
+                 expected.section(QLatin1Char('='), 1));
+    }
+}
+
 } // namespace
 
 class TestCorvaneDef : public QObject {
@@ -479,12 +489,7 @@ private slots:
         for (const QString& note : notes.split(QLatin1Char('\n')))
             QVERIFY2(made.out.contains(from + QStringLiteral(": ") + note + QLatin1Char('\n')),
                      qPrintable(note + QStringLiteral(" in\n") + made.out));
-        const Run exported = RunDef({QStringLiteral("export"), dir.filePath(name)});
-        for (const QString& expected : cells) {
-            const QString column = expected.section(QLatin1Char('='), 0, 0);
-            QCOMPARE(ColumnOf(exported.out, column).join(QLatin1Char(';')),
-                     expected.section(QLatin1Char('='), 1));
-        }
+        CompareExportedColumns(dir.filePath(name), cells);
     }
 
     void unknownColumnsAreNamedWithTheKnownOnes_data() {
@@ -563,12 +568,7 @@ private slots:
         const Run made = RunDef({QStringLiteral("create"), que, from});
         QVERIFY2(made.status == 0, qPrintable(made.err + made.out));
         QCOMPARE(made.out.contains(from + QStringLiteral(": separated by semicolons")), semicolons);
-        const Run exported = RunDef({QStringLiteral("export"), que});
-        for (const QString& expected : cells) {
-            const QString column = expected.section(QLatin1Char('='), 0, 0);
-            QCOMPARE(ColumnOf(exported.out, column).join(QLatin1Char(';')),
-                     expected.section(QLatin1Char('='), 1));
-        }
+        CompareExportedColumns(que, cells);
     }
 
     void createChecksTheMadeFile_data() {
