@@ -1,6 +1,6 @@
 // The presenters of a run, by item type and by kind of list entry. Each form is registered with
 // what it presents; the run asks here for a form and so never names one. A type or kind that no
-// form presents gets no form, and the run announces it as not available.
+// form presents gets no form, and the run tells it as a type or kind it does not know.
 #pragma once
 
 #include "definitions/experiment_loader.h"

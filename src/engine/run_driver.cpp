@@ -93,31 +93,6 @@ FileKindClass ClassifyFileKind(const QString& kind) {
     return FileKindClass::Unknown;
 }
 
-QString FileKindName(FileKindClass kind) {
-    switch (kind) {
-    case FileKindClass::Image:
-        return QStringLiteral("image");
-    case FileKindClass::WebPage:
-        return QStringLiteral("web page");
-    case FileKindClass::Sound:
-        return QStringLiteral("sound");
-    case FileKindClass::Program:
-        return QStringLiteral("program");
-    case FileKindClass::SlideShow:
-        return QStringLiteral("slide show");
-    case FileKindClass::Document:
-        return QStringLiteral("document");
-    case FileKindClass::Movie:
-        return QStringLiteral("movie");
-    case FileKindClass::TachyraSession:
-        return QStringLiteral("reaction-time session");
-    case FileKindClass::Questionnaire:
-        return QStringLiteral("questionnaire");
-    default:
-        return QStringLiteral("unknown");
-    }
-}
-
 bool IsKnownItemType(const QString& type) {
     static const QStringList types{QStringLiteral("sound file"),
                                    QStringLiteral("image file"),
@@ -150,13 +125,22 @@ void RunDriver::Inform(const QString& title, const QString& text, int icon) {
     m_state.Boxes().Show(MessageBox{title, text, BoxIcon(icon)});
 }
 
-void RunDriver::NotAvailable(const QString& what, const QString& name) {
-    // Until every presenter exists, an entry of a missing kind is told and passed over.
+// A kind that no presenter takes is told as the definition's own slip, and passed over.
+void RunDriver::TellUnknownFileType(const QString& name) {
     Inform(m_state.MessageTitle(),
-           QStringLiteral("Showing ") + what +
-               QStringLiteral(" is not available in this version of "
-                              "Corvane. '") +
-               name + QStringLiteral("' is passed over."),
+           QStringLiteral("Current file type is defined in the experiment as '") + name +
+               QStringLiteral(".'  This file is not recognized as a valid file type.  To fix "
+                              "this, edit the current experiment file and be sure that all files "
+                              "have valid three-letter extensions.  See help for details."),
+           int(BoxIcon::Information));
+}
+
+void RunDriver::TellUnknownItemType(const QString& type) {
+    Inform(m_state.MessageTitle(),
+           QStringLiteral("Current item type is defined in the questionnaire as '") + type +
+               QStringLiteral(".'  This is not currently a valid item type.  To fix this, edit "
+                              "the current questionnaire file and be sure that all items are "
+                              "selected from the available pull down menu."),
            int(BoxIcon::Information));
 }
 
@@ -279,19 +263,13 @@ bool RunDriver::StepFile() {
         }
         break;
     case FileKindClass::Unknown:
-        Inform(m_state.MessageTitle(),
-               QStringLiteral("Current file type is defined in the experiment as '") + name +
-                   QStringLiteral(
-                       ".'  This file is not recognized as a valid file type.  To fix this, "
-                       "edit the current experiment file and be sure that all files have "
-                       "valid three-letter extensions.  See help for details."),
-               int(BoxIcon::Information));
+        TellUnknownFileType(name);
         return true;
     default:
         break;
     }
     if (!m_host.PresentFile(kind, entry)) {
-        NotAvailable(FileKindName(kind) + QStringLiteral(" files"), name);
+        TellUnknownFileType(name);
         return true;
     }
     return false;
@@ -385,14 +363,7 @@ bool RunDriver::StepQuestion() {
         return passOn();
     }
     if (!IsKnownItemType(item.QuestionType)) {
-        Inform(m_state.MessageTitle(),
-               QStringLiteral("Current item type is defined in the questionnaire as '") +
-                   item.QuestionType +
-                   QStringLiteral(
-                       ".'  This is not currently a valid item type.  To fix this, edit the "
-                       "current questionnaire file and be sure that all items are selected "
-                       "from the available pull down menu."),
-               int(BoxIcon::Information));
+        TellUnknownItemType(item.QuestionType);
         return passOn();
     }
     const bool document = item.QuestionType == QLatin1String("word document") ||
@@ -404,8 +375,7 @@ bool RunDriver::StepQuestion() {
     if (item.QuestionType == QLatin1String("thought rating") && !CheckRating())
         return true;
     if (!m_host.PresentItem(item)) {
-        NotAvailable(QStringLiteral("'") + item.QuestionType + QStringLiteral("' items"),
-                     item.VariableName);
+        TellUnknownItemType(item.QuestionType);
         return passOn();
     }
     return false;

@@ -34,8 +34,6 @@ FileKindClass ClassifyFileKind(const QString& kind);
 /// True for a list entry that names a program by other means than its ending: a file with the
 /// run bit, a shell script or a desktop entry.
 bool IsProgramFile(const QString& name);
-/// A name for people, for messages about a kind.
-QString FileKindName(FileKindClass kind);
 /// True for the item type words that a questionnaire may use.
 bool IsKnownItemType(const QString& type);
 
@@ -112,7 +110,8 @@ private:
     bool StepQuestion();
     void EndOfRun();
     void Inform(const QString& title, const QString& text, int icon);
-    void NotAvailable(const QString& what, const QString& name);
+    void TellUnknownFileType(const QString& name);
+    void TellUnknownItemType(const QString& type);
     void ReportFault(const class CorvaneError& error);
     void QuestionnaireTimerTick();
 

@@ -1,5 +1,7 @@
 #include "launcher/fBlue.h"
 
+#include "analysis/station_merge.h"
+#include "definitions/definition_writer.h"
 #include "definitions/single_questionnaire.h"
 #include "engine/fCodes.h"
 #include "engine/run_session.h"
@@ -12,8 +14,10 @@
 #include "launcher/recent_experiments.h"
 #include "launcher/start_area.h"
 #include "output/recovery.h"
+#include "preferences/fOptions.h"
 #include "preferences/load_preferences.h"
 #include "preferences/old_preferences.h"
+#include "preferences/options_dialogs.h"
 #include "preferences/preferences.h"
 #include "state/error.h"
 #include "state/helpers.h"
@@ -570,9 +574,36 @@ void fBlue::OpenWithDesktop(const QString& path) {
              QStringLiteral("'."));
 }
 
+// The data folders of several stations, joined into an empty folder by Corvane's own merge.
 void fBlue::mMergeData_Click() {
-    StartTool(QStringLiteral("utilities/filemerge/filemerge"),
-              QStringLiteral("Merging data files"));
+    QStringList stations;
+    for (;;) {
+        const QString station = m_dialogs.GetFolder(
+            this, {QStringLiteral("Merge Data Files: the data of station %1 (Cancel when all are "
+                                  "chosen)")
+                       .arg(stations.size() + 1),
+                   {},
+                   {},
+                   OpenDialogFolder()});
+        if (station.isEmpty())
+            break;
+        stations << station;
+    }
+    if (stations.size() == 1)
+        Tell(QStringLiteral("Merging needs the data folders of two stations at least."));
+    if (stations.size() < 2)
+        return;
+    const QString into = m_dialogs.GetFolder(
+        this, {QStringLiteral("Merge Data Files: a new or empty folder for the merged data"),
+               {},
+               {},
+               OpenDialogFolder()});
+    if (into.isEmpty())
+        return;
+    const MergeResult merged = MergeStations(stations, into);
+    Tell(merged.ok ? QStringLiteral("The data are merged into '") + into + QStringLiteral("'.\n") +
+                         merged.report.join(QLatin1Char('\n'))
+                   : QStringLiteral("Nothing was merged: ") + merged.error);
 }
 
 void fBlue::mExplorer_Click() {
@@ -583,9 +614,15 @@ void fBlue::mExplorer_Click() {
 
 // --- Preferences ---------------------------------------------------------------------------------
 
+void fBlue::OpenOptions(bool stylePage) {
+    WidgetOptionsDialogs dialogs;
+    fOptions dialog(m_state, m_preferences, dialogs, stylePage, this);
+    connect(&dialog, &fOptions::PreferencesApplied, this, &fBlue::ShowPreferencesInForce);
+    if (dialog.Form_Load())
+        dialog.exec();
+}
+
 void fBlue::mnuQuickStyle_Click() {
-    if (!OpenOptions)
-        return NotAvailable(QStringLiteral("Editing QuickStyles"));
     OpenOptions(true);
     ShowPreferenceMenu(RefreshPreferenceMenu(m_preferences));
 }
@@ -594,12 +631,8 @@ void fBlue::mSetOptions_Click() {
     const QString before = m_panels[1]->text();
     SetPanel(1, QStringLiteral("Accessing Options... one moment"));
     m_panels[1]->repaint();
-    if (OpenOptions) {
-        OpenOptions(false);
-        ShowPreferenceMenu(RefreshPreferenceMenu(m_preferences));
-    } else {
-        NotAvailable(QStringLiteral("Editing preferences"));
-    }
+    OpenOptions(false);
+    ShowPreferenceMenu(RefreshPreferenceMenu(m_preferences));
     SetPanel(1, before);
 }
 
@@ -663,8 +696,34 @@ void fBlue::mCharsets_Click(int index) {
     SettingsStore::Save(kSettings, QStringLiteral("CharacterSet"), index);
 }
 
+// A definition is edited as the CSV it is made from, in the desktop's spreadsheet: the CSV
+// beside it is taken as it stands, else the definition is written out to it first.
 void fBlue::mnuCVXEdit_Click() {
-    StartTool(QStringLiteral("experiment editor/cvxedit"), QStringLiteral("The experiment editor"));
+    const QString path = m_dialogs.GetOpenFileName(
+        this, {QStringLiteral("Experiment Editor"),
+               QStringLiteral("Experiments and questionnaires (*.exp;*.que)|*.exp;*.que|"),
+               {},
+               OpenDialogFolder()});
+    if (path.isEmpty())
+        return;
+    RememberOpenDialogFolder(path);
+    const QFileInfo definition(path);
+    const QString csv = definition.dir().filePath(definition.completeBaseName() + QStringLiteral(".csv"));
+    if (!QFileInfo::exists(csv)) {
+        try {
+            const QByteArray text = ExportDefinitionFile(path).toUtf8();
+            QFile out(csv);
+            if (!out.open(QIODevice::WriteOnly) || out.write(text) != text.size())
+                return Tell(QStringLiteral("'") + csv + QStringLiteral("' could not be written."));
+        } catch (const CorvaneError& error) {
+            return Tell(error.description());
+        }
+    }
+    OpenWithDesktop(csv);
+    Tell(QStringLiteral("Edit '") + csv +
+         QStringLiteral("' and save it as CSV; then make the definition again:\n"
+                        "corvane-def create '") +
+         path + QStringLiteral("' '") + csv + QStringLiteral("'"));
 }
 
 // --- Help ----------------------------------------------------------------------------------------
@@ -703,20 +762,6 @@ void fBlue::mAboutCorvane_Click() {
 
 void fBlue::Tell(const QString& text) {
     m_state.Boxes().Show(MessageBox{DefaultBoxTitle(), text, BoxIcon::Information});
-}
-
-void fBlue::NotAvailable(const QString& what) {
-    Tell(what + QStringLiteral(" is not available in this version of Corvane yet."));
-}
-
-void fBlue::StartTool(const QString& relativePath, const QString& what) {
-    const QString program = ProgramFolder::FilePath(relativePath);
-    const QFileInfo info(program);
-    if (!info.isFile() || !info.isExecutable())
-        return Tell(what + QStringLiteral(" is not available on this system: '") + program +
-                    QStringLiteral("' is not installed."));
-    if (!m_desktop.StartProgram(program, {}, info.absolutePath()))
-        Tell(QStringLiteral("'") + program + QStringLiteral("' could not be started."));
 }
 
 void fBlue::ShowPixels(fPixels::Topic topic) {

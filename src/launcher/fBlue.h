@@ -46,8 +46,6 @@ public:
     bool MuteSounds() const { return m_muteSounds; }
     int CharsetOverride() const { return m_charsetOverride; }
 
-    /// The preferences dialog on its style page or its first page, when the program has one.
-    std::function<void(bool stylePage)> OpenOptions;
     /// Shows what the settings in force say: the file, the editing state and the picture.
     void ShowPreferencesInForce();
 
@@ -112,10 +110,10 @@ private:
     void RunFinished();
 
     void Tell(const QString& text);
-    void NotAvailable(const QString& what);
+    /// The preferences dialog on its style page or its first page.
+    void OpenOptions(bool stylePage);
     /// Opens the help screen of the picture parameters on that topic.
     void ShowPixels(fPixels::Topic topic);
-    void StartTool(const QString& relativePath, const QString& what);
     void SetPanel(int panel, const QString& text);
 
     RunState& m_state;

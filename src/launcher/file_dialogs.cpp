@@ -50,6 +50,10 @@ QString WidgetFileDialogs::GetSaveFileName(QWidget* parent, const FileRequest& r
     return QFileDialog::getSaveFileName(parent, request.title, start, DialogFilter(request.filter));
 }
 
+QString WidgetFileDialogs::GetFolder(QWidget* parent, const FileRequest& request) {
+    return QFileDialog::getExistingDirectory(parent, request.title, request.folder);
+}
+
 QString OpenDialogFolder() {
     const QString last = SettingsStore::Get(kSettings, kLastFolderKey).toString();
     if (!last.isEmpty() && QFileInfo(last).isDir())

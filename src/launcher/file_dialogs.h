@@ -23,6 +23,8 @@ public:
     virtual QString GetOpenFileName(QWidget* parent, const FileRequest& request) = 0;
     /// A new file's full path, named by the operator; empty when the operator cancels.
     virtual QString GetSaveFileName(QWidget* parent, const FileRequest& request) = 0;
+    /// A folder, chosen by the operator; empty when the operator cancels (or a test gives none).
+    virtual QString GetFolder(QWidget*, const FileRequest&) { return {}; }
 };
 
 /// The desktop's own open-file dialog.
@@ -30,6 +32,7 @@ class WidgetFileDialogs : public FileDialogs {
 public:
     QString GetOpenFileName(QWidget* parent, const FileRequest& request) override;
     QString GetSaveFileName(QWidget* parent, const FileRequest& request) override;
+    QString GetFolder(QWidget* parent, const FileRequest& request) override;
 };
 
 /// The folder an open dialog starts in: the folder of the file last chosen, while it is there;

@@ -3,8 +3,6 @@
 #include "engine/widget_boxes.h"
 #include "launcher/desktop.h"
 #include "launcher/fBlue.h"
-#include "preferences/fOptions.h"
-#include "preferences/options_dialogs.h"
 #include "launcher/fSplash.h"
 #include "launcher/file_dialogs.h"
 #include "preferences/preferences.h"
@@ -47,14 +45,6 @@ int RunLauncher(const LauncherOptions& options) {
     WidgetFileDialogs dialogs;
     SystemDesktop desktop;
     fBlue launcher(state, preferences, dialogs, desktop);
-    WidgetOptionsDialogs optionDialogs;
-    launcher.OpenOptions = [&](bool stylePage) {
-        fOptions dialog(state, preferences, optionDialogs, stylePage, &launcher);
-        QObject::connect(&dialog, &fOptions::PreferencesApplied, &launcher,
-                         &fBlue::ShowPreferencesInForce);
-        if (dialog.Form_Load())
-            dialog.exec();
-    };
     QObject::connect(&launcher, &fBlue::Unloaded, qApp, &QCoreApplication::quit,
                      Qt::QueuedConnection);
 

@@ -151,11 +151,11 @@ private slots:
                               "launcher"}));
         const QStringList texts = BoxTexts();
         QCOMPARE(texts.size(), 6);
-        QVERIFY(texts[0].contains("'instructions' items is not available")); // temporary
+        QVERIFY(texts[0].contains("as 'instructions.'  This is not currently a valid item type"));
         QCOMPARE(texts[2],
                  "The file 'missing.bmp' was requested but not found.  This item will be skipped.");
         QCOMPARE(m_boxes[2].title, "File not found");
-        QVERIFY(texts[3].contains("image files is not available"));
+        QVERIFY(texts[3].contains("as 'pic.bmp.'  This file is not recognized"));
         QCOMPARE(texts[4],
                  "Current file type is defined in the experiment as 'notes.txt.'  This file is not "
                  "recognized as a valid file type.  To fix this, edit the current experiment file "
