@@ -68,9 +68,9 @@ private:
 
 // The demo experiment made afresh in a folder, with the changes a case makes first.
 struct Demo {
-    Table demo{QStringLiteral("demo.csv")};
-    Table ratings{QStringLiteral("ratings.csv")};
-    Table experiment{QStringLiteral("demo_exp.csv")};
+    Table demo{"demo.csv"};
+    Table ratings{"ratings.csv"};
+    Table experiment{"demo_exp.csv"};
 
     void MakeIn(const QString& folder) const {
         try {
@@ -80,12 +80,12 @@ struct Demo {
         }
     }
     void Make(const QString& folder) const {
-        CreateDefinitionFile(folder + QStringLiteral("/demo.que"), QStringLiteral("demo.csv"),
-                             demo.Csv(), DefinitionKind::Questionnaire, 4.0);
-        CreateDefinitionFile(folder + QStringLiteral("/ratings.que"), QStringLiteral("ratings.csv"),
-                             ratings.Csv(), DefinitionKind::Questionnaire, 4.0);
-        CreateDefinitionFile(folder + QStringLiteral("/demo.exp"), QStringLiteral("demo_exp.csv"),
-                             experiment.Csv(), DefinitionKind::Experiment, std::nullopt);
+        CreateDefinitionFile(folder + "/demo.que", "demo.csv", demo.Csv(),
+                             DefinitionKind::Questionnaire, 4.0);
+        CreateDefinitionFile(folder + "/ratings.que", "ratings.csv", ratings.Csv(),
+                             DefinitionKind::Questionnaire, 4.0);
+        CreateDefinitionFile(folder + "/demo.exp", "demo_exp.csv", experiment.Csv(),
+                             DefinitionKind::Experiment, std::nullopt);
     }
 };
 
@@ -127,23 +127,23 @@ private slots:
     void init() {
         QVERIFY(m_dir.isValid());
         ProgramFolder::SetPath(m_program.path());
-        QDir(m_program.path()).mkpath(QStringLiteral("styles"));
+        QDir(m_program.path()).mkpath("styles");
     }
 
     void theDemoIsClean() {
-        const QString folder = m_dir.filePath(QStringLiteral("clean"));
+        const QString folder = m_dir.filePath("clean");
         QVERIFY(QDir().mkpath(folder));
         Demo().MakeIn(folder);
         QDir::setCurrent(folder);
         CheckOptions options;
         options.FontInstalled = Installed;
-        const CheckReport report = CheckDefinitions(QStringLiteral("demo.exp"), options);
+        const CheckReport report = CheckDefinitions("demo.exp", options);
         QVERIFY2(report.findings.empty(), qPrintable(Listing(report)));
         QCOMPARE(report.ExitStatus(), 0);
         QCOMPARE(report.files, 3);
         // Each questionnaire alone is clean as well.
-        QCOMPARE(CheckDefinitions(QStringLiteral("demo.que"), options).ExitStatus(), 0);
-        QCOMPARE(CheckDefinitions(QStringLiteral("ratings.que"), options).ExitStatus(), 0);
+        QCOMPARE(CheckDefinitions("demo.que", options).ExitStatus(), 0);
+        QCOMPARE(CheckDefinitions("ratings.que", options).ExitStatus(), 0);
     }
 
     void eachFaultIsFound_data() {
@@ -160,8 +160,13 @@ private slots:
                                 << QString::fromUtf8(column) << error << QString::fromUtf8(words);
         };
         auto cell = [](int row, const char* column, const char* value) -> Breaking {
+            return [=](Demo& demo, const QString&) { demo.demo.Set(row, column, value); };
+        };
+        // The last item made into one that presents a file.
+        auto lastItem = [](const char* type, const char* name) -> Breaking {
             return [=](Demo& demo, const QString&) {
-                demo.demo.Set(row, QString::fromUtf8(column), QString::fromUtf8(value));
+                demo.demo.Set(12, "QuestionType", type);
+                demo.demo.Set(12, "FileName", name);
             };
         };
 
@@ -177,8 +182,8 @@ private slots:
         add(
             "item no answer reaches",
             [](Demo& demo, const QString&) {
-                demo.demo.Set(5, QStringLiteral("skip1"), QStringLiteral("rested"));
-                demo.demo.Set(5, QStringLiteral("skip2"), QStringLiteral("rested"));
+                demo.demo.Set(5, "skip1", "rested");
+                demo.demo.Set(5, "skip2", "rested");
             },
             "demo.que", 6, "VariableName", false,
             "no path through the skips reaches 'hours': every answer of 'slept' (row 5)");
@@ -187,56 +192,31 @@ private slots:
             "VariableName", true, "'calm' is also the VariableName of row 2");
         add(
             "duplicate across questionnaires",
-            [](Demo& demo, const QString&) {
-                demo.ratings.Set(2, QStringLiteral("VariableName"), QStringLiteral("age"));
-            },
+            [](Demo& demo, const QString&) { demo.ratings.Set(2, "VariableName", "age"); },
             "ratings.que", 2, "VariableName", false,
             "'age' is also a variable of 'demo.que' (row 10), which condition '1' runs");
         // Files.
-        add(
-            "missing picture",
-            [](Demo& demo, const QString&) {
-                demo.demo.Set(12, QStringLiteral("QuestionType"), QStringLiteral("image file"));
-                demo.demo.Set(12, QStringLiteral("FileName"), QStringLiteral("thanks.png"));
-            },
-            "demo.que", 12, "FileName", true, "'thanks.png' is not found beside the experiment");
+        add("missing picture", lastItem("image file", "thanks.png"), "demo.que", 12, "FileName",
+            true, "'thanks.png' is not found beside the experiment");
         add(
             "picture found in another case",
-            [](Demo& demo, const QString& folder) {
-                Touch(folder + QStringLiteral("/Thanks.PNG"));
-                demo.demo.Set(12, QStringLiteral("QuestionType"), QStringLiteral("image file"));
-                demo.demo.Set(12, QStringLiteral("FileName"), QStringLiteral("thanks.png"));
+            [=](Demo& demo, const QString& folder) {
+                Touch(folder + "/Thanks.PNG");
+                lastItem("image file", "thanks.png")(demo, folder);
             },
             "demo.que", 12, "FileName", false, "which differs in letter case");
         add("missing background sound", cell(1, "backsound", "welcome.wav"), "demo.que", 1,
             "backsound", true, "'welcome.wav' is not found");
-        add(
-            "missing web page",
-            [](Demo& demo, const QString&) {
-                demo.demo.Set(12, QStringLiteral("QuestionType"), QStringLiteral("html"));
-                demo.demo.Set(12, QStringLiteral("FileName"), QStringLiteral("debrief.htm"));
-            },
-            "demo.que", 12, "FileName", true, "'debrief.htm' is not found");
-        add(
-            "missing document",
-            [](Demo& demo, const QString&) {
-                demo.demo.Set(12, QStringLiteral("QuestionType"), QStringLiteral("Word Document"));
-                demo.demo.Set(12, QStringLiteral("FileName"), QStringLiteral("consent.doc"));
-            },
-            "demo.que", 12, "FileName", true, "'consent.doc' is not found");
-        add(
-            "missing program",
-            [](Demo& demo, const QString&) {
-                demo.demo.Set(12, QStringLiteral("QuestionType"), QStringLiteral("executable"));
-                demo.demo.Set(12, QStringLiteral("FileName"),
-                              QStringLiteral("no-such-task-program"));
-            },
-            "demo.que", 12, "FileName", true, "nor on the program search path");
+        add("missing web page", lastItem("html", "debrief.htm"), "demo.que", 12, "FileName", true,
+            "'debrief.htm' is not found");
+        add("missing document", lastItem("Word Document", "consent.doc"), "demo.que", 12,
+            "FileName", true, "'consent.doc' is not found");
+        add("missing program", lastItem("executable", "no-such-task-program"), "demo.que", 12,
+            "FileName", true, "nor on the program search path");
         add(
             "missing background picture of a row of the experiment",
             [](Demo& demo, const QString&) {
-                demo.experiment.Set(1, QStringLiteral("Backimage"),
-                                    QStringLiteral("room.jpg(l0,t0)"));
+                demo.experiment.Set(1, "Backimage", "room.jpg(l0,t0)");
             },
             "demo.exp", 1, "Backimage", true, "'room.jpg' is not found");
         // Parameters.
@@ -262,8 +242,8 @@ private slots:
         add(
             "rated list that no questionnaire has (the scan's words)",
             [](Demo& demo, const QString&) {
-                demo.demo.Set(12, QStringLiteral("QuestionType"), QStringLiteral("Thought Rating"));
-                demo.demo.Set(12, QStringLiteral("Parameters"), QStringLiteral("(qnolist,p5)"));
+                demo.demo.Set(12, "QuestionType", "Thought Rating");
+                demo.demo.Set(12, "Parameters", "(qnolist,p5)");
             },
             "demo.que", 12, "Parameters", true,
             "the variable nolist is identified in a 'thought rating' item.  This variable was not "
@@ -278,15 +258,12 @@ private slots:
         add(
             "condition with no files",
             [](Demo& demo, const QString&) {
-                demo.experiment.Append({QStringLiteral("3"), QStringLiteral("1"), QString(),
-                                        QStringLiteral("0"), QStringLiteral("0")});
+                demo.experiment.Append({"3", "1", QString(), "0", "0"});
             },
             "demo.exp", 5, "file", true, "the condition '3' has no file to present");
         add(
             "questionnaire that doesn't exist",
-            [](Demo& demo, const QString&) {
-                demo.experiment.Set(3, QStringLiteral("file"), QStringLiteral("ratingz.que"));
-            },
+            [](Demo& demo, const QString&) { demo.experiment.Set(3, "file", "ratingz.que"); },
             "demo.exp", 3, "file", true, "'ratingz.que' is not in the experiment's folder");
         add(
             "empty questionnaire (the loader's words)",
@@ -295,9 +272,7 @@ private slots:
             "This experiment contains an empty questionnaire.  'ratings.que' needs to be removed");
         add(
             "questionnaire twice in a condition (the loader's words)",
-            [](Demo& demo, const QString&) {
-                demo.experiment.Set(2, QStringLiteral("file"), QStringLiteral("demo.que"));
-            },
+            [](Demo& demo, const QString&) { demo.experiment.Set(2, "file", "demo.que"); },
             "demo.exp", 2, "file", false, "to be presented more than once");
         add("group of one", cell(10, "WGR", "5"), "demo.que", 10, "WGR", false,
             "the group WGR 5 has this item alone");
@@ -316,9 +291,8 @@ private slots:
         add(
             "QuickStyle font not installed",
             [](Demo& demo, const QString& folder) {
-                WriteStyle(folder + QStringLiteral("/fancy.cvq"),
-                           QStringLiteral("No Such Typeface"));
-                demo.demo.Set(12, QStringLiteral("Parameters"), QStringLiteral("($fancy)"));
+                WriteStyle(folder + "/fancy.cvq", "No Such Typeface");
+                demo.demo.Set(12, "Parameters", "($fancy)");
             },
             "demo.que", 12, "Parameters", false,
             "the font 'No Such Typeface' of the QuickStyle 'fancy.cvq' (cvs_fontname1) is not "

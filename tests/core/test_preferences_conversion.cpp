@@ -10,6 +10,7 @@
 #include "state/run_state.h"
 
 #include <QtTest>
+#include <map>
 
 using namespace corvane;
 using namespace corvane::test;
@@ -87,6 +88,10 @@ private slots:
         QVERIFY(!record.DoubleClickFlag);
         QCOMPARE(record.AlternateDataFolder, QString());
         QCOMPARE(record.ExitPassword, QString());
+        // Codes of up to three letters are kept as they are.
+        QStringList lines = GoodLines();
+        lines[4] = "Z";
+        QCOMPARE(ConvertOldPreferenceLines(lines).MachineCode, QString("Z"));
     }
 
     void valuesThatFailTheirRulesTakeTheDefaults_data() {
@@ -118,81 +123,29 @@ private slots:
         QStringList lines = GoodLines();
         lines[line - 1] = value;
         const PreferenceRecord record = ConvertOldPreferenceLines(lines);
+        // Only the field of the failing line falls back to a new file's value.
+        using Reset = void (*)(PreferenceRecord&, const PreferenceRecord&);
+        static const std::map<int, Reset> reset = {
+            {3, [](auto& r, const auto& d) { r.EditMode = d.EditMode; }},
+            {5, [](auto& r, const auto& d) { r.MachineCode = d.MachineCode; }},
+            {6, [](auto& r, const auto& d) { r.ForeColors[1] = d.ForeColors[1]; }},
+            {7, [](auto& r, const auto& d) { r.BackColors[1] = d.BackColors[1]; }},
+            {8, [](auto& r, const auto& d) { r.Fonts[1].name = d.Fonts[1].name; }},
+            {9, [](auto& r, const auto& d) { r.Fonts[1].size = d.Fonts[1].size; }},
+            {10, [](auto& r, const auto& d) { r.Fonts[1].bold = d.Fonts[1].bold; }},
+            {11, [](auto& r, const auto& d) { r.Fonts[1].italic = d.Fonts[1].italic; }},
+            {12, [](auto& r, const auto& d) { r.ForeColors[2] = d.ForeColors[2]; }},
+            {13, [](auto& r, const auto& d) { r.BackColors[2] = d.BackColors[2]; }},
+            {14, [](auto& r, const auto& d) { r.Fonts[2].name = d.Fonts[2].name; }},
+            {15, [](auto& r, const auto& d) { r.Fonts[2].size = d.Fonts[2].size; }},
+            {16, [](auto& r, const auto& d) { r.Fonts[2].bold = d.Fonts[2].bold; }},
+            {17, [](auto& r, const auto& d) { r.Fonts[2].italic = d.Fonts[2].italic; }},
+            {19, [](auto& r, const auto& d) { r.HideRatsFlag = d.HideRatsFlag; }},
+            {20, [](auto& r, const auto& d) { r.DisableKeysFlag = d.DisableKeysFlag; }}};
         PreferenceRecord expected = ConvertOldPreferenceLines(GoodLines());
-        const PreferenceRecord defaults;
-        switch (line) {
-        case 3:
-            expected.EditMode = defaults.EditMode;
-            break;
-        case 5:
-            expected.MachineCode = defaults.MachineCode;
-            break;
-        case 6:
-            expected.ForeColors[1] = defaults.ForeColors[1];
-            break;
-        case 7:
-            expected.BackColors[1] = defaults.BackColors[1];
-            break;
-        case 8:
-            expected.Fonts[1].name = defaults.Fonts[1].name;
-            break;
-        case 9:
-            expected.Fonts[1].size = defaults.Fonts[1].size;
-            break;
-        case 10:
-            expected.Fonts[1].bold = defaults.Fonts[1].bold;
-            break;
-        case 11:
-            expected.Fonts[1].italic = defaults.Fonts[1].italic;
-            break;
-        case 12:
-            expected.ForeColors[2] = defaults.ForeColors[2];
-            break;
-        case 13:
-            expected.BackColors[2] = defaults.BackColors[2];
-            break;
-        case 14:
-            expected.Fonts[2].name = defaults.Fonts[2].name;
-            break;
-        case 15:
-            expected.Fonts[2].size = defaults.Fonts[2].size;
-            break;
-        case 16:
-            expected.Fonts[2].bold = defaults.Fonts[2].bold;
-            break;
-        case 17:
-            expected.Fonts[2].italic = defaults.Fonts[2].italic;
-            break;
-        case 19:
-            expected.HideRatsFlag = defaults.HideRatsFlag;
-            break;
-        case 20:
-            expected.DisableKeysFlag = defaults.DisableKeysFlag;
-            break;
-        default:
-            QFAIL("no such line");
-        }
+        reset.at(line)(expected, PreferenceRecord());
         QVERIFY(record == expected);
         QVERIFY(!(record == ConvertOldPreferenceLines(GoodLines())));
-    }
-
-    void blackAndAFourLetterCodeComeOutAsDefaults() {
-        QStringList lines = GoodLines();
-        lines[4] = "ABCD";
-        lines[5] = "0";
-        lines[6] = "0";
-        lines[11] = "0";
-        lines[12] = "0";
-        const PreferenceRecord record = ConvertOldPreferenceLines(lines);
-        QCOMPARE(record.MachineCode, QString());
-        QCOMPARE(record.ForeColors[1], quint32(8388608));
-        QCOMPARE(record.BackColors[1], quint32(16772847));
-        QCOMPARE(record.ForeColors[2], quint32(8388608));
-        QCOMPARE(record.BackColors[2], quint32(16772847));
-        lines[4] = "ABC";
-        QCOMPARE(ConvertOldPreferenceLines(lines).MachineCode, QString("ABC"));
-        lines[4] = "Z";
-        QCOMPARE(ConvertOldPreferenceLines(lines).MachineCode, QString("Z"));
     }
 
     void droppedLinesDoNotMatter() {
@@ -270,23 +223,22 @@ private slots:
                  QString("Old Default Font"));
     }
 
-    void withoutDefaultCvpNothingIsLost() {
+    // Without a usable default.cvp to copy, the old file stays and the box names both.
+    void withoutAUsableDefaultCvpNothingIsLost_data() {
+        QTest::addColumn<bool>("damaged");
+        QTest::newRow("missing") << false;
+        QTest::newRow("damaged") << true;
+    }
+    void withoutAUsableDefaultCvpNothingIsLost() {
+        QFETCH(bool, damaged);
+        if (damaged)
+            WriteBytes(Style("default.cvp"), "not a database at all");
         WriteBytes(Style("lab2"), GoodLines().join("\r\n").toUtf8());
         QVERIFY(ConvertOldPreferences(*m_state).isEmpty());
         QCOMPARE(m_boxes.size(), 1);
         QCOMPARE(m_boxes[0].title, QString("Preferences not converted"));
-        QVERIFY2(m_boxes[0].text.contains(Style("lab2")), qPrintable(m_boxes[0].text));
-        QVERIFY2(m_boxes[0].text.contains("default.cvp"), qPrintable(m_boxes[0].text));
-        QVERIFY(QFileInfo::exists(Style("lab2")));
-        QVERIFY(!QFileInfo::exists(Style("lab2.cvp")));
-    }
-
-    void aDamagedDefaultCvpLosesNothing() {
-        WriteBytes(Style("default.cvp"), "not a database at all");
-        WriteBytes(Style("lab2"), GoodLines().join("\r\n").toUtf8());
-        QVERIFY(ConvertOldPreferences(*m_state).isEmpty());
-        QCOMPARE(m_boxes.size(), 1);
-        QVERIFY2(m_boxes[0].text.contains(Style("lab2")), qPrintable(m_boxes[0].text));
+        QVERIFY2(m_boxes[0].text.contains(Style("lab2")) && m_boxes[0].text.contains("default.cvp"),
+                 qPrintable(m_boxes[0].text));
         QVERIFY(QFileInfo::exists(Style("lab2")));
         QVERIFY(!QFileInfo::exists(Style("lab2.cvp")));
     }

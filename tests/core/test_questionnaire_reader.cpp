@@ -93,26 +93,18 @@ private slots:
         QCOMPARE(q.BGR, qint16(4));
     }
 
-    void olderFilesCanNotGoBack() {
+    void olderFilesCanNotGoBackAndTheNameIsFoundInAnyCase() {
         const QString rows = QuestionnaireHeader() + "1,essay,x,e1,,0,0,1,1,1,,yes,,,none,\n";
         MakeDefinition(m_dir.path(), "v3.que", rows, 3.0);
         MakeDefinition(m_dir.path(), "noinfo.que", rows, std::nullopt);
         for (const char* file : {"v3.que", "noinfo.que"}) {
             auto state = StateFor(file);
+            state->NumQuestionnaires = 2;
+            state->QuestionnaireNames << "other.que" << QString(file).toUpper();
             QVERIFY(ReadQuestionnaire(*state));
             QCOMPARE(state->Questions[1].GoBack, False);
+            QCOMPARE(state->CurrentQuestionnaire, qint16(2));
         }
-    }
-
-    void findsTheQuestionnaireInTheNames() {
-        MakeDefinition(m_dir.path(), "named.que",
-                       QuestionnaireHeader() + "1,essay,x,e1,,0,0,1,1,1,,0,,,none,\n");
-        auto state = StateFor("named.que");
-        state->NumQuestionnaires = 2;
-        state->QuestionnaireNames << "other.que"
-                                  << "NAMED.que";
-        QVERIFY(ReadQuestionnaire(*state));
-        QCOMPARE(state->CurrentQuestionnaire, qint16(2));
     }
 
     void duplicateNamesAreReportedOnceInOrder() {

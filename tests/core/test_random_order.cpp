@@ -118,6 +118,13 @@ private slots:
         QCOMPARE(again.Next(), a);
         QCOMPARE(again.Next(), b);
         QCOMPARE(again.Next(), c);
+        // Within, then between, as the loader draws them: the same seed, the same orders.
+        const Order groups{0, 1, 1, 1, 1, 1, 1, 1, 1}, blocks{-1, 1, 2, 3, 4, 5, 6, 7, 8};
+        StandardRandomSource first(99), second(99);
+        const Order within = WithinGroupPositions(groups, first);
+        const Order between = BetweenGroupPositions(blocks, first);
+        QCOMPARE(WithinGroupPositions(groups, second), within);
+        QCOMPARE(BetweenGroupPositions(blocks, second), between);
     }
 
     void takenNumbersAreDrawnAgain() {
@@ -180,15 +187,6 @@ private slots:
         }
     }
 
-    void fileGroupNumbersAreCheckedToo() {
-        RunState state;
-        state.NumFiles = 2;
-        state.Files = RunState::EmptyFiles(2);
-        state.Files[1].WGR = QStringLiteral("1");
-        state.Files[2].WGR = QStringLiteral("3");
-        QVERIFY_THROWS_EXCEPTION(CorvaneError, ShuffleFilesWithinGroups(state));
-    }
-
     // --- Between groups ------------------------------------------------------------------------
     void blocksMoveWholeAroundFixedOnes() {
         // Row 1 fixed, {2,3}, row 4 fixed, {5}, {6,7,8}. The value 1 comes back after a 2, and
@@ -208,17 +206,6 @@ private slots:
         QCOMPARE(int(counts.size()), 6);
         QVERIFY2(ChiSquare(counts, 6, draws) < ChiSquareBound,
                  qPrintable(QString::number(ChiSquare(counts, 6, draws))));
-    }
-
-    void aFixedSeedReproducesTheWholeOrder() {
-        // Within, then between, as the loader draws them: the same seed, the same orders.
-        const Order groups{0, 1, 1, 1, 1, 1, 1, 1, 1};
-        const Order blocks{-1, 1, 2, 3, 4, 5, 6, 7, 8};
-        StandardRandomSource random(99), again(99);
-        const Order within = WithinGroupPositions(groups, random);
-        const Order between = BetweenGroupPositions(blocks, random);
-        QCOMPARE(WithinGroupPositions(groups, again), within);
-        QCOMPARE(BetweenGroupPositions(blocks, again), between);
     }
 
     // --- The run state -------------------------------------------------------------------------
@@ -249,7 +236,7 @@ private slots:
         QCOMPARE(random.seededAfter, (std::vector<int>{0, 0}));
     }
 
-    void oneFileStaysWhereItIs() {
+    void oneFileStaysWhereItIsAndFileGroupsAreChecked() {
         RunState state;
         state.NumFiles = 1;
         state.Files = RunState::EmptyFiles(1);
@@ -258,6 +245,8 @@ private slots:
         ShuffleFilesBetweenGroups(state);
         QCOMPARE(state.Files[1].WGRPosition, QStringLiteral("1"));
         QCOMPARE(state.Files[1].BGRPosition, QStringLiteral("1"));
+        state.Files[1].WGR = QStringLiteral("2"); // past the number of files
+        QVERIFY_THROWS_EXCEPTION(CorvaneError, ShuffleFilesWithinGroups(state));
     }
 
     void groupsAndBlocksAreDrawnIndependently_data() {
