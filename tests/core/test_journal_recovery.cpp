@@ -1,7 +1,4 @@
-// Recovery of runs that did not end: the journal's stores replayed into the tables of the
-// experiment read again, the records written as the run would have written them (the same golden
-// files as a normal end), a changed experiment refused, a record that reached its files before
-// the kill not written twice, and the operator's yes/no question.
+// Recovery of runs that did not end: golden records from the journal, nothing written twice.
 #include "definitions/experiment_loader.h"
 #include "engine/order_log.h"
 #include "output/data_by_questionnaire.h"
@@ -54,7 +51,6 @@ class TestJournalRecovery : public QObject {
 
     void MakeStudy() { MakeOutputStudy(Root()); }
 
-    // The experiment loaded for a participant as the subject form loads it, syntax and all.
     std::unique_ptr<RunState> Load(const QString& subject, const QString& condition,
                                    const DataOutputSettings& settings) {
         return LoadForOutput(Root(), &m_boxes, subject, condition, settings);
@@ -196,8 +192,7 @@ private slots:
             path = journal->Path();
             AnswerFirstRun(*state);
             state->ExperimentFileName = "study";
-            // The record by questionnaire is written, and the run is killed before the journal
-            // hears of it.
+            // The record by questionnaire is written; the kill comes before the journal hears.
             journal->NoteWriting(RecordKind::ByQuestionnaire, QString());
             QVERIFY(WriteDataByQuestionnaire(*state, Settings("13:00:05")));
         }
@@ -213,8 +208,7 @@ private slots:
         QVERIFY(byVariable.contains("','13:00:00'\r\n")); // written now, with the journal's time
     }
 
-    // Killed between the .txt and the .csv of a record: each file is looked at on its own, and
-    // the one that lacks the record gets it, once.
+    // Killed between the .txt and the .csv: only the file that lacks the record gets it, once.
     void aRecordCutShortOfItsSecondFileIsCompleted_data() {
         QTest::addColumn<bool>("txtWritten");
         QTest::addColumn<bool>("failedBefore");
@@ -263,8 +257,7 @@ private slots:
         QVERIFY(FindUnfinishedRuns(Root()).isEmpty());
     }
 
-    // The writer by variable is cut short between the line end it puts before its row and the
-    // row: the row written later goes right after that line end, with no empty line.
+    // Cut short between the line end before a row by variable and the row: no empty line later.
     void aRowByVariableCutShortAfterItsLineEndGetsNoEmptyLine_data() {
         QTest::addColumn<bool>("earlierRecord");
         QTest::newRow("after an earlier record") << true;
@@ -306,8 +299,7 @@ private slots:
         QCOMPARE(Count(csv, "\n"), Count(before, "\n"));
     }
 
-    // A journal is input: one whose header points its writes out of this experiment's data
-    // folders writes nothing anywhere.
+    // A journal whose header points out of the experiment's data folders writes nothing.
     void aJournalCanNotSteerWritesElsewhere_data() {
         QTest::addColumn<QString>("field");
         QTest::addColumn<QString>("value");
@@ -345,8 +337,7 @@ private slots:
         QCOMPARE(FindUnfinishedRuns(Root()), QStringList{path});
     }
 
-    // A recovered run gets its line of the order too, once, and is listed among the recovered
-    // records with when it started and how many items it kept.
+    // A recovered run gets its order line once, and is listed with its start and items kept.
     void aRecoveredRunGetsItsOrderAndIsListed_data() {
         QTest::addColumn<bool>("orderWrittenBeforeKill");
         QTest::newRow("order not written") << false;
