@@ -1,7 +1,4 @@
-// The study that the data-writer tests share: two questionnaires with every kind of column
-// (numbers and texts, a list of ten, items without a response or a time column, one name in
-// both, names that agree in their first twelve characters, a capital that sorts first, a name too
-// wide for its column), and an experiment of two conditions.
+// The data-writer tests' study: two questionnaires with every kind of column, two conditions.
 #pragma once
 
 #include "definition_fixtures.h"

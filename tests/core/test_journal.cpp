@@ -1,7 +1,4 @@
-// The journal of a run: its lines written and read back, a line cut off by a kill or damaged on
-// the disk passed over, the lock that keeps a live run from being taken for one that did not end,
-// the end of a run that removes it or keeps it, and the moment it is written: at the end of an
-// item, never while an item is on the screen.
+// The journal of a run: read back, cut or damaged lines, its lock, its end, when it is written.
 #include "definition_fixtures.h"
 #include "definitions/experiment_loader.h"
 #include "engine/run_driver.h"
@@ -345,15 +342,9 @@ private slots:
         auto state = Load("6");
         WriteBytes(Path("data"), "a file where the data folder should be");
         ProgramFolder::SetPath(Path("program"));
-        auto journal = RunJournal::Begin(*state, Settings());
-        QVERIFY(journal);
-        QVERIFY(journal->Path().startsWith(Path("program/journal/")));
+        QVERIFY(RunJournal::Begin(*state, Settings())->Path().startsWith(Path("program/journal/")));
         QVERIFY(m_boxes.isEmpty());
-    }
-
-    void aJournalThatCanNotBeMadeIsReportedAndTheRunGoesOn() {
-        auto state = Load("6");
-        WriteBytes(Path("data"), "a file where the data folder should be");
+        // With the program's folder blocked too, the run goes on with the journal in memory.
         WriteBytes(Path("blocked"), "a file where the program folder should be");
         ProgramFolder::SetPath(Path("blocked/program"));
         auto journal = RunJournal::Begin(*state, Settings());
@@ -375,8 +366,7 @@ private slots:
         QCOMPARE(ReadJournal(journal->Path())->ResponseCount(), 2);
     }
 
-    // The data folder's disk fills up in the middle of the run: the journal is written whole to
-    // the program's folder at once, the operator told then, and the file with a gap removed.
+    // A full disk mid-run: the whole journal moves to the program's folder at once, operator told.
     void aJournalThatFailsMidRunIsWrittenWholeElsewhere() {
         QVERIFY(QDir().mkpath(Path("data")));
         QProcess mount;
@@ -425,9 +415,7 @@ private slots:
         journal.reset();
     }
 
-    // Every flush fails from the middle of the run on: the file that holds every line stays the
-    // journal, the operator is told at once and no more than is true, the records still go to
-    // their files, and the journal stays for the next start to check them against.
+    // Failing flushes: the journal stays, the operator is told at once, the records still written.
     void aJournalWhoseSyncsFailKeepsItsLines() {
         ProgramFolder::SetPath(Path("program"));
         auto state = Load("8");
@@ -474,9 +462,7 @@ private slots:
         QCOMPARE(FindUnfinishedRuns(Root()), QStringList{first});
     }
 
-    // The journal is written and put on the disk when an item ends, after its end was read, and
-    // before the next item is presented (where the next form reads its start); nothing of it
-    // runs while an item is on the screen.
+    // Written when an item ends and before the next is presented; never while one is shown.
     void theJournalIsWrittenBetweenItemsOnly() {
         ProgramFolder::SetPath(Path("program"));
         QDir().mkpath(Path("program/styles"));

@@ -1,6 +1,4 @@
-// The data writers when files fight back: a file held by another program gives the
-// "Can't write data" messages and no record; a full disk and a write cut short are reported and
-// leave every earlier record as it was; a row left open is never glued to the next one.
+// The data writers when files fight back: held files, a full disk, writes cut short, failed syncs.
 #include "definitions/experiment_loader.h"
 #include "failing_sync.h"
 #include "output/data_by_questionnaire.h"
@@ -61,8 +59,7 @@ private:
     bool m_set = false;
 };
 
-// Another program that locks a file in its own way, appends a line and lets it go: a child
-// process, so that its locks are those of another program.
+// A child process (so its locks are another program's) that locks a file, appends a line, exits.
 class LockingWriter {
 public:
     enum class Kind { Flock, Fcntl };
@@ -156,8 +153,7 @@ class TestOutputFaults : public QObject {
         return all;
     }
 
-    // Runs a writer while another program holds a file; true when the lock was taken and the
-    // writer said that it could not write.
+    // True when the lock was taken and the writer said that it could not write.
     template <typename Writer> bool WriteWhileHeld(const QString& path, Writer write) {
         m_boxes.clear();
         HeldFile held(path);
@@ -182,85 +178,66 @@ private slots:
 
     void cleanup() { QDir::setCurrent(QDir::tempPath()); }
 
-    void aHeldTxtFileStopsTheRecordByQuestionnaire() {
-        auto state = SecondParticipant();
-        const QByteArray txt = ReadAll(Bq("lab.txt"));
-        const QByteArray csv = ReadAll(Bq("lab.csv"));
-        QVERIFY(WriteWhileHeld(
-            Bq("lab.txt"), [&] { return WriteDataByQuestionnaire(*state, Settings("10:00:00")); }));
-        QCOMPARE(m_boxes.size(), 1);
-        QCOMPARE(m_boxes[0].text, InUse("lab.txt"));
-        QCOMPARE(m_boxes[0].title, state->MessageTitle());
-        QCOMPARE(m_boxes[0].icon, BoxIcon::Information);
-        QCOMPARE(ReadAll(Bq("lab.txt")), txt);
-        QCOMPARE(ReadAll(Bq("lab.csv")), csv);
-        // Nothing was changed in the run state either.
-        QCOMPARE(state->Responses().Value(1, 2, 1), "why, not");
-    }
-
-    void aHeldCsvFileIsReportedAsTheTxtFile() {
-        auto state = SecondParticipant();
-        const QByteArray txt = ReadAll(Bq("lab.txt"));
-        const QByteArray csv = ReadAll(Bq("lab.csv"));
-        QVERIFY(WriteWhileHeld(
-            Bq("lab.csv"), [&] { return WriteDataByQuestionnaire(*state, Settings("10:00:00")); }));
-        QCOMPARE(m_boxes.size(), 1);
-        QCOMPARE(m_boxes[0].text, InUse("lab.txt"));
-        QCOMPARE(ReadAll(Bq("lab.txt")), txt);
-        QCOMPARE(ReadAll(Bq("lab.csv")), csv);
-    }
-
-    void aHeldFileByVariable() {
-        auto state = SecondParticipant();
-        const QByteArray txt = ReadAll(Bv("lab.txt"));
-        const QByteArray csv = ReadAll(Bv("lab.csv"));
-        QVERIFY(WriteWhileHeld(Bv("lab.txt"),
-                               [&] { return WriteDataByVariable(*state, Settings("10:00:00")); }));
-        QCOMPARE(m_boxes.size(), 1);
-        QCOMPARE(m_boxes[0].text, InUse("lab.txt"));
-        QCOMPARE(ReadAll(Bv("lab.txt")), txt);
+    void aHeldFileStopsTheRecord_data() {
+        QTest::addColumn<bool>("byVariable");
+        QTest::addColumn<QString>("held");
+        QTest::addColumn<int>("boxes");
+        QTest::addColumn<QString>("named");
+        QTest::addColumn<QByteArray>("csvGrows");
+        QTest::newRow("bq txt") << false << "lab.txt" << 1 << "lab.txt" << QByteArray();
+        QTest::newRow("bq csv is named as the txt")
+            << false << "lab.csv" << 1 << "lab.txt" << QByteArray();
         // The syntax step ran before: its line end stands.
-        QCOMPARE(ReadAll(Bv("lab.csv")), csv + "\r\n");
-
-        const QByteArray txtNow = ReadAll(Bv("lab.txt"));
-        const QByteArray csvNow = ReadAll(Bv("lab.csv"));
-        QVERIFY(WriteWhileHeld(Bv("lab.csv"),
-                               [&] { return WriteDataByVariable(*state, Settings("10:00:01")); }));
+        QTest::newRow("bv txt") << true << "lab.txt" << 1 << "lab.txt" << QByteArray("\r\n");
         // Once from the syntax step, once from the record.
-        QCOMPARE(m_boxes.size(), 2);
-        for (const MessageBox& box : m_boxes)
-            QCOMPARE(box.text, InUse("lab.csv"));
-        QCOMPARE(ReadAll(Bv("lab.txt")), txtNow);
-        QCOMPARE(ReadAll(Bv("lab.csv")), csvNow);
+        QTest::newRow("bv csv") << true << "lab.csv" << 2 << "lab.csv" << QByteArray();
+    }
+    void aHeldFileStopsTheRecord() {
+        QFETCH(bool, byVariable);
+        QFETCH(QString, held);
+        QFETCH(int, boxes);
+        QFETCH(QString, named);
+        QFETCH(QByteArray, csvGrows);
+        auto state = SecondParticipant();
+        const auto file = [&](const QString& name) { return byVariable ? Bv(name) : Bq(name); };
+        const QByteArray txt = ReadAll(file("lab.txt"));
+        const QByteArray csv = ReadAll(file("lab.csv"));
+        QVERIFY(WriteWhileHeld(file(held), [&] {
+            return byVariable ? WriteDataByVariable(*state, Settings("10:00:00"))
+                              : WriteDataByQuestionnaire(*state, Settings("10:00:00"));
+        }));
+        QCOMPARE(m_boxes.size(), boxes);
+        for (const MessageBox& box : m_boxes) {
+            QCOMPARE(box.text, InUse(named));
+            QCOMPARE(box.title, state->MessageTitle());
+            QCOMPARE(box.icon, BoxIcon::Information);
+        }
+        QCOMPARE(ReadAll(file("lab.txt")), txt);
+        QCOMPARE(ReadAll(file("lab.csv")), csv + csvGrows);
+        QCOMPARE(state->Responses().Value(1, 2, 1), "why, not");
     }
 
     void heldFilesWhenTheSyntaxIsWritten() {
         SecondParticipant();
         const QByteArray csv = ReadAll(Bq("lab.csv"));
         const QByteArray sps = ReadAll(Bq("lab.sps"));
-        m_boxes.clear();
-        {
-            HeldFile held(Bq("lab.csv"));
-            QVERIFY(held.Locked());
-            Load("s3");
+        const QList<std::pair<QString, QString>> cases{
+            {"lab.csv", InUse("lab.csv")},
+            {"lab.sps",
+             "Can't write data to lab.sps. File is currently open or in use by another program"}};
+        for (const auto& [file, text] : cases) {
+            m_boxes.clear();
+            {
+                HeldFile held(Bq(file));
+                QVERIFY(held.Locked());
+                Load("s3");
+            }
+            QCOMPARE(m_boxes.size(), 1);
+            QCOMPARE(m_boxes[0].text, text);
+            QCOMPARE(ReadAll(Bq("lab.csv")), csv);
+            QCOMPARE(ReadAll(Bq("lab.sps")), sps);
+            QCOMPARE(QDir::currentPath(), Root());
         }
-        QCOMPARE(m_boxes.size(), 1);
-        QCOMPARE(m_boxes[0].text, InUse("lab.csv"));
-        QCOMPARE(ReadAll(Bq("lab.csv")), csv);
-        QCOMPARE(QDir::currentPath(), Root());
-
-        m_boxes.clear();
-        {
-            HeldFile held(Bq("lab.sps"));
-            QVERIFY(held.Locked());
-            Load("s4");
-        }
-        QCOMPARE(m_boxes.size(), 1);
-        QCOMPARE(
-            m_boxes[0].text,
-            "Can't write data to lab.sps. File is currently open or in use by another program");
-        QCOMPARE(ReadAll(Bq("lab.csv")), csv);
-        QCOMPARE(ReadAll(Bq("lab.sps")), sps);
     }
 
     void aFullDiskIsReportedAndTheOtherFileStillWritten() {

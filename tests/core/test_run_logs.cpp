@@ -1,5 +1,4 @@
-// The files a run leaves for others to read: question_order.csv, added to at the end of each run,
-// CurrentSubjectInfo.txt, rewritten at the start of each, and the browser log of a web item.
+// The files a run leaves for others to read: question order, current subject, browser log.
 #include "engine/order_log.h"
 #include "engine/subject_info.h"
 #include "output/browser_log.h"
@@ -26,6 +25,11 @@ bool SameBytes(const QByteArray& got, const QByteArray& expected) {
     qWarning().noquote() << "got:     " << got.toPercentEncoding(" ,:.()");
     qWarning().noquote() << "expected:" << expected.toPercentEncoding(" ,:.()");
     return false;
+}
+
+bool Touch(const QString& path, const QByteArray& bytes = {}) {
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
 }
 
 // Three files, the first and last questionnaires, as in one run.
@@ -57,7 +61,6 @@ class TestRunLogs : public QObject {
 private slots:
     void initTestCase() { QVERIFY(m_dir.isValid()); }
 
-    // --- question_order.csv ----------------------------------------------------------------------
     void orderIsAppendedRunAfterRun() {
         const QString folder = Folder("order");
         OrderLog log;
@@ -97,23 +100,15 @@ private slots:
     void unwritableOrderFileKeepsTheLog() {
         // A file where the folder should be: nothing can be made inside it, even as root.
         const QString blocker = QDir(m_dir.path()).filePath("blocker");
-        QFile file(blocker);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.close();
+        QVERIFY(Touch(blocker));
 
         OrderLog log;
         RunThreeFiles(log);
         QVERIFY(!log.AppendTo(blocker));
         QVERIFY(!log.AppendTo(QDir(m_dir.path()).filePath("missing/folder")));
         QCOMPARE(log.Text().toLatin1(), kThreeFiles);
-
-        log.Clear();
-        QVERIFY(log.OrderHeader.isEmpty());
-        QVERIFY(log.OrderLines.isEmpty());
     }
 
-    // --- CurrentSubjectInfo.txt
-    // -------------------------------------------------------------------
     void subjectInfoIsRewrittenWhole() {
         const QString folder = Folder("program");
         const QString path = QDir(folder).filePath("CurrentSubjectInfo.txt");
@@ -138,7 +133,6 @@ private slots:
         QVERIFY(!WriteCurrentSubjectInfo(QDir(m_dir.path()).filePath("no/such"), "S1", "C1"));
     }
 
-    // --- browser log -----------------------------------------------------------------------------
     void browserRowFollowsTheStay_data() {
         QTest::addColumn<QString>("in");
         QTest::addColumn<QString>("out");
@@ -186,12 +180,10 @@ private slots:
         QVERIFY(AppendBrowserLogRow(path, "r2\t\r\n"));
         QVERIFY(SameBytes(Contents(path), header + "r1\t\r\nr2\t\r\n"));
         // A blank file is given its header.
-        QFile blank(Folder("browser") + "/blank.txt");
-        QVERIFY(blank.open(QIODevice::WriteOnly));
-        blank.write("\r\n");
-        blank.close();
-        QVERIFY(PrepareBrowserLog(blank.fileName()));
-        QVERIFY(SameBytes(Contents(blank.fileName()), header));
+        const QString blank = Folder("browser") + "/blank.txt";
+        QVERIFY(Touch(blank, "\r\n"));
+        QVERIFY(PrepareBrowserLog(blank));
+        QVERIFY(SameBytes(Contents(blank), header));
     }
 
     void browserLogThatCantBeWrittenIsTold() {
@@ -208,9 +200,7 @@ private slots:
     void browserLogInAFolderThatCantBeMadeIsTold() {
         // A file where the folder should be: the log can neither be made nor appended to.
         const QString blocker = Folder("blocked") + "/data";
-        QFile file(blocker);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.close();
+        QVERIFY(Touch(blocker));
         QVERIFY(!PrepareBrowserLog(blocker + "/track.txt"));
         QVERIFY(!AppendBrowserLogRow(blocker + "/track.txt", "r\t\r\n"));
         QCOMPARE(BrowserLogLockedText("/x/t.txt"),

@@ -1,6 +1,4 @@
-// Runs of the program that are killed: the journal keeps what the participant answered, the
-// next start of the experiment offers to write the record, and the record is then in the data
-// files with 99 for what was never reached.
+// Killed runs of the program: the next start offers the journal's record, with 99 for the rest.
 #include "definition_fixtures.h"
 #include "output/run_journal.h"
 
@@ -9,6 +7,11 @@
 
 using namespace corvane;
 using namespace corvane::test;
+
+namespace {
+const QString kSixAnswers = "wait 200\nkey 1\nwait 200\nkey 2\nwait 200\nkey 3\nwait 200\nkey 4\n"
+                            "wait 200\nkey 5\nwait 200\nkey 1\n";
+} // namespace
 
 class TestRecovery : public QObject {
     Q_OBJECT
@@ -42,8 +45,7 @@ class TestRecovery : public QObject {
         return paths;
     }
 
-    // Starts a run on the real clock that answers the first three items and then waits; kills
-    // it once the journal holds those answers. Returns the journal.
+    // A run on the real clock killed once its journal holds three answers; returns the journal.
     QString KilledRun(const QString& subject) {
         QProcess process;
         process.setProcessEnvironment(Environment());
@@ -175,9 +177,18 @@ private slots:
         QVERIFY(Log().filter("Corvane found the responses").isEmpty());
     }
 
-    void answeringNoKeepsTheRunForTheNextStart() {
+    // Unattended, a run cut short is written only when asked for; otherwise it is left and said.
+    void noOrNoRecoverKeepsTheRunForTheNextStart() {
         const QString journal = KilledRun("51");
         QVERIFY2(!journal.isEmpty(), "the run was not killed with three answers in its journal");
+        QCOMPARE(Start("52", "", false), 2);
+        QVERIFY(Log().filter("Corvane found the responses").isEmpty());
+        QVERIFY2(!Log()
+                      .filter("a run that did not end is left in its journal '" + journal + "'")
+                      .isEmpty(),
+                 qPrintable(Log().join('\n')));
+        QCOMPARE(Journals(), QStringList{journal});
+
         QCOMPARE(Start("52", "answer no\n"), 2);
         QVERIFY(Log().value(0).endsWith("\tno"));
         QCOMPARE(Journals(), QStringList{journal});
@@ -192,22 +203,7 @@ private slots:
         QVERIFY(Journals().isEmpty());
     }
 
-    // Unattended, a run cut short is written only when asked for; otherwise it is left and said.
-    void withoutRecoverTheJournalIsLeftAndSaid() {
-        const QString journal = KilledRun("71");
-        QVERIFY2(!journal.isEmpty(), "the run was not killed with three answers in its journal");
-        QCOMPARE(Start("72", "", false), 2);
-        QVERIFY(Log().filter("Corvane found the responses").isEmpty());
-        QVERIFY2(!Log()
-                      .filter("a run that did not end is left in its journal '" + journal + "'")
-                      .isEmpty(),
-                 qPrintable(Log().join('\n')));
-        QCOMPARE(Journals(), QStringList{journal});
-        QVERIFY(Record(Path("data/byquestionnaire/study.txt"), "71", 1).isEmpty());
-    }
-
-    // Runs participant `subject` with all six answers under strace, which kills it on entering
-    // the `when`-th `call` on the .csv by questionnaire. False when strace can't do that here.
+    // Six answers under strace, killed at the `when`-th `call` on the .csv by questionnaire.
     bool RunKilledAt(const QString& call, int when, const QString& subject) {
         const QString strace = QStandardPaths::findExecutable("strace");
         if (strace.isEmpty())
@@ -218,17 +214,13 @@ private slots:
                       QStringList{"-f", "-o", "/dev/null", "-e", "trace=" + call, "-e",
                                   QString("inject=%1:signal=SIGKILL:when=%2").arg(call).arg(when),
                                   "-P", Path("data/byquestionnaire/study.csv"), CORVANE_BIN}
-                          << Arguments(subject, "wait 200\nkey 1\nwait 200\nkey 2\n"
-                                                "wait 200\nkey 3\nwait 200\nkey 4\n"
-                                                "wait 200\nkey 5\nwait 200\nkey 1\n")
-                          << "--virtual-clock");
+                          << Arguments(subject, kSixAnswers) << "--virtual-clock");
         // strace ends with the signal that ended the program, or with its status in a shell.
         return process.waitForFinished(60000) &&
                (process.exitStatus() == QProcess::CrashExit || process.exitCode() == 137);
     }
 
-    // Killed by the system at the second write to the .csv by questionnaire (its header was the
-    // first): the .txt has the record and the .csv lacks it. Recovery completes the .csv alone.
+    // Killed at the record's write to the .csv (after the .txt): recovery completes the .csv alone.
     void aRunKilledBetweenTheFilesOfARecordIsCompletedOnce() {
         const QString csv = Path("data/byquestionnaire/study.csv");
         if (!RunKilledAt("write", 2, "81"))
@@ -249,9 +241,7 @@ private slots:
         QVERIFY(Journals().isEmpty());
     }
 
-    // Killed as the load writes the .csv's header and its line end, or puts them on the disk:
-    // the line end must be followed by a record, or the next load's line end leaves an empty
-    // line; and a record recovered into a file with no header must bring the header.
+    // Killed as the load writes or syncs the .csv header: no empty line, header brought along.
     void aRunKilledAtItsLoadLeavesNoEmptyLine_data() {
         QTest::addColumn<QString>("call");
         QTest::newRow("header written") << "write";
@@ -272,9 +262,7 @@ private slots:
         QVERIFY(Journals().isEmpty());
     }
 
-    // A full disk under the data folder: the journal goes to the program's folder before the
-    // first item, the record reaches no data file, and the run says where its responses are and
-    // ends with the status for a missing record.
+    // A full data disk: the journal goes to the program's folder and the run says where.
     void aFullDiskKeepsTheResponsesInTheProgramFolder() {
         QVERIFY(QDir().mkpath(Path("data")));
         if (QProcess::execute("mount", {"-t", "tmpfs", "-o", "size=16k", "tmpfs", Path("data")}) !=
@@ -287,9 +275,7 @@ private slots:
         }
         filler.close();
 
-        QCOMPARE(Start("91", "wait 200\nkey 1\nwait 200\nkey 2\nwait 200\nkey 3\nwait 200\n"
-                             "key 4\nwait 200\nkey 5\nwait 200\nkey 1\n"),
-                 4);
+        QCOMPARE(Start("91", kSixAnswers), 4);
         const QString log = Log().join('\n');
         const QDir fallback(Path("xdg/corvane/journal"));
         const QStringList kept = fallback.entryList({"*.journal"}, QDir::Files);
@@ -304,9 +290,7 @@ private slots:
     }
 
     void aRunThatEndsLeavesNoJournal() {
-        QCOMPARE(Start("61", "wait 200\nkey 1\nwait 200\nkey 2\nwait 200\nkey 3\nwait 200\nkey 4\n"
-                             "wait 200\nkey 5\nwait 200\nkey 1\n"),
-                 0);
+        QCOMPARE(Start("61", kSixAnswers), 0);
         QCOMPARE(Record(Path("data/byquestionnaire/study.txt"), "61", 4).value(3),
                  "200,200,200,200,200,200");
         QVERIFY(Journals().isEmpty());
