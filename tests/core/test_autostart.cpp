@@ -48,8 +48,7 @@ class TestAutoStart : public QObject {
 
     bool Check() { return CheckAutoStart(m_state, m_verify); }
 
-    // Makes a folder read-only; false when that stops nothing (as for root), so that the test
-    // can't show what it means to.
+    // Makes a folder read-only; false when that stops nothing (as for root).
     static bool MakeReadOnly(const QString& folder) {
         QFile::setPermissions(folder, QFile::ReadOwner | QFile::ExeOwner);
         QFile probe(QDir(folder).filePath("probe"));
@@ -297,7 +296,7 @@ private slots:
         QVERIFY(!VerifySubjectMatches("S01", "S01 "));
     }
 
-    void dataRootBelowAlternateFolder() {
+    void dataRootBelowAlternateFolderOrElseTheExperiments() {
         m_state.ExperimentFolder = m_dir->filePath("exp");
         m_state.ExperimentFileName = "study.exp";
         bool used = false;
@@ -306,20 +305,13 @@ private slots:
         QVERIFY(used);
         QCOMPARE(m_state.DataRoot, expected);
         QVERIFY(QFileInfo(expected).isDir());
-        // The experiment's relative names are still read from the working folder.
-        QCOMPARE(QDir::currentPath(), m_dir->path());
-        QVERIFY(m_shown.isEmpty());
-
+        QCOMPARE(QDir::currentPath(), m_dir->path()); // relative names still read from here
         QCOMPARE(DataRootFor(m_state, "", used), m_state.ExperimentFolder);
         QVERIFY(!used);
         QVERIFY(m_shown.isEmpty());
-    }
 
-    void dataRootFallsBackWhenAlternateCanNotBeMade() {
-        m_state.ExperimentFolder = m_dir->filePath("exp");
-        m_state.ExperimentFileName = "study.exp";
         Write(m_dir->filePath("plain"), "a file, not a folder");
-        bool used = true;
+        used = true;
         QCOMPARE(DataRootFor(m_state, m_dir->filePath("plain/alt"), used), m_dir->filePath("exp"));
         QVERIFY(!used);
         QCOMPARE(m_state.DataRoot, m_dir->filePath("exp"));
