@@ -1,47 +1,15 @@
 // Subject entry without the form: the autostart list in its two forms, the verify switch, the
 // data root and the clearing of old data.
 #include "engine/autostart.h"
+#include "recording_boxes.h"
 #include "state/run_state.h"
 
 #include <QtTest>
-#include <deque>
 
 using namespace corvane;
+using namespace corvane::test;
 
 namespace {
-
-// What the boxes showed, and the answers queued for them; an empty queue gives the default
-// answer, or Cancel for an input box.
-struct Script {
-    QList<MessageBox> shown;
-    std::deque<BoxAnswer> answers;
-    std::deque<std::optional<QString>> inputs;
-};
-
-class ScriptedBoxes : public MessageBoxes {
-public:
-    explicit ScriptedBoxes(Script* script) : m_script(script) {}
-    BoxAnswer Show(const MessageBox& box) override {
-        m_script->shown.append(box);
-        if (m_script->answers.empty())
-            return box.defaultAnswer;
-        const BoxAnswer answer = m_script->answers.front();
-        m_script->answers.pop_front();
-        return answer;
-    }
-    std::optional<QString> Input(const QString& title, const QString& prompt,
-                                 const QString&) override {
-        m_script->shown.append(MessageBox{title, prompt});
-        if (m_script->inputs.empty())
-            return std::nullopt;
-        const std::optional<QString> answer = m_script->inputs.front();
-        m_script->inputs.pop_front();
-        return answer;
-    }
-
-private:
-    Script* m_script;
-};
 
 void Write(const QString& path, const QByteArray& bytes) {
     QDir().mkpath(QFileInfo(path).absolutePath());
@@ -72,14 +40,15 @@ const char* kCompleted = "The autostart list has been completed.";
 class TestAutoStart : public QObject {
     Q_OBJECT
     std::unique_ptr<QTemporaryDir> m_dir;
-    Script m_script;
+    QList<MessageBox> m_shown;
+    QList<BoxAnswer> m_answers;
+    QList<std::optional<QString>> m_inputs;
     RunState m_state;
     bool m_verify = false;
 
     bool Check() { return CheckAutoStart(m_state, m_verify); }
 
-    // Makes a folder read-only; false when that stops nothing (as for root), so that the test
-    // can't show what it means to.
+    // Makes a folder read-only; false when that stops nothing (as for root).
     static bool MakeReadOnly(const QString& folder) {
         QFile::setPermissions(folder, QFile::ReadOwner | QFile::ExeOwner);
         QFile probe(QDir(folder).filePath("probe"));
@@ -97,8 +66,10 @@ private slots:
         m_dir = std::make_unique<QTemporaryDir>();
         QVERIFY(m_dir->isValid());
         QVERIFY(QDir::setCurrent(m_dir->path()));
-        m_script = Script{};
-        m_state.SetBoxes(std::make_unique<ScriptedBoxes>(&m_script));
+        m_shown.clear();
+        m_answers.clear();
+        m_inputs.clear();
+        m_state.SetBoxes(std::make_unique<RecordingBoxes>(&m_shown, &m_answers, &m_inputs));
         m_state.SubjectID = "before";
         m_state.ConditionID = "before";
         m_state.NextSessionAccepted = False;
@@ -111,19 +82,19 @@ private slots:
         const QList<QByteArray> after{"1,A*\r\n2,B\r\n3,C\r\n", "1,A*\r\n2,B*\r\n3,C\r\n",
                                       "1,A*\r\n2,B*\r\n3,C*\r\n"};
         for (int run = 0; run < 3; ++run) {
-            m_script.shown.clear();
+            m_shown.clear();
             QVERIFY(Check());
             QCOMPARE(m_state.SubjectID, QString::number(run + 1));
             QCOMPARE(m_state.ConditionID, QString(QChar('A' + run)));
             QCOMPARE(Read("autostart.txt"), after[run]);
-            QCOMPARE(Texts(m_script.shown), QStringList{kUseIt});
-            QCOMPARE(m_script.shown[0].buttons, BoxButtons::YesNo);
-            QCOMPARE(m_script.shown[0].defaultAnswer, BoxAnswer::Yes);
+            QCOMPARE(Texts(m_shown), QStringList{kUseIt});
+            QCOMPARE(m_shown[0].buttons, BoxButtons::YesNo);
+            QCOMPARE(m_shown[0].defaultAnswer, BoxAnswer::Yes);
         }
-        m_script.shown.clear();
+        m_shown.clear();
         QVERIFY(!Check());
-        QCOMPARE(Texts(m_script.shown), (QStringList{kUseIt, kCompleted}));
-        QCOMPARE(m_script.shown[1].icon, BoxIcon::Information);
+        QCOMPARE(Texts(m_shown), (QStringList{kUseIt, kCompleted}));
+        QCOMPARE(m_shown[1].icon, BoxIcon::Information);
         QCOMPARE(Read("autostart.txt"), after[2]);
     }
 
@@ -163,35 +134,38 @@ private slots:
         QCOMPARE(Read("autostart.txt"), after);
     }
 
-    void emptyListIsCompleteAtOnce() {
-        Write("autostart.txt", "");
-        QVERIFY(!Check());
-        QCOMPARE(Texts(m_script.shown), (QStringList{kUseIt, kCompleted}));
-        QCOMPARE(m_state.SubjectID, QString("before"));
+    void listNotTaken_data() {
+        QTest::addColumn<QByteArray>("list"); // empty: no file at all
+        QTest::addColumn<QList<BoxAnswer>>("answers");
+        QTest::addColumn<bool>("accepted");
+        QTest::addColumn<bool>("taken");
+        QTest::addColumn<QStringList>("boxes");
+        QTest::newRow("no list, no question")
+            << QByteArray() << QList<BoxAnswer>{} << false << false << QStringList{};
+        QTest::newRow("empty list complete at once")
+            << QByteArray("\n") << QList<BoxAnswer>{} << false << false
+            << QStringList{kUseIt, kCompleted};
+        QTest::newRow("declined") << QByteArray("1,A\n") << QList<BoxAnswer>{BoxAnswer::No} << false
+                                  << false << QStringList{kUseIt};
+        QTest::newRow("next session accepted: not asked")
+            << QByteArray("1,A*\r\n2,B\r\n") << QList<BoxAnswer>{} << true << true << QStringList{};
     }
-
-    void declinedListChangesNothing() {
-        Write("autostart.txt", "1,A\n");
-        m_script.answers = {BoxAnswer::No};
-        QVERIFY(!Check());
-        QCOMPARE(m_state.SubjectID, QString("before"));
-        QCOMPARE(m_state.ConditionID, QString("before"));
-        QCOMPARE(Read("autostart.txt"), QByteArray("1,A\n"));
-        QCOMPARE(m_script.shown.size(), 1);
-    }
-
-    void acceptedNextSessionIsNotAskedAgain() {
-        Write("autostart.txt", "1,A*\r\n2,B\r\n");
-        m_state.NextSessionAccepted = True;
-        QVERIFY(Check());
-        QCOMPARE(m_state.SubjectID, QString("2"));
-        QVERIFY(m_script.shown.isEmpty());
-    }
-
-    void noListNoQuestion() {
-        QVERIFY(!Check());
-        QVERIFY(m_script.shown.isEmpty());
-        QCOMPARE(m_state.SubjectID, QString("before"));
+    void listNotTaken() {
+        QFETCH(QByteArray, list);
+        QFETCH(QList<BoxAnswer>, answers);
+        QFETCH(bool, accepted);
+        QFETCH(bool, taken);
+        QFETCH(QStringList, boxes);
+        if (!list.isEmpty())
+            Write("autostart.txt", list.trimmed().isEmpty() ? QByteArray() : list);
+        m_answers = answers;
+        m_state.NextSessionAccepted = accepted ? True : False;
+        QCOMPARE(Check(), taken);
+        QCOMPARE(Texts(m_shown), boxes);
+        QCOMPARE(m_state.SubjectID, QString(taken ? "2" : "before"));
+        QCOMPARE(m_state.ConditionID, QString(taken ? "B" : "before"));
+        if (!list.isEmpty() && !taken)
+            QCOMPARE(Read("autostart.txt"), list.trimmed().isEmpty() ? QByteArray() : list);
     }
 
     void tooLongListIsReportedNotFatal_data() {
@@ -214,8 +188,8 @@ private slots:
         }
         QCOMPARE(m_state.SubjectID, QString("before"));
         QCOMPARE(Read("autostart.txt"), list);
-        QCOMPARE(m_script.shown.size(), 2);
-        const MessageBox& box = m_script.shown[1];
+        QCOMPARE(m_shown.size(), 2);
+        const MessageBox& box = m_shown[1];
         QCOMPARE(box.title, QString("Corvane Error Trapper"));
         QVERIFY2(box.text.contains("Error 9.") &&
                      box.text.contains(QDir(m_dir->path()).filePath("autostart.txt")),
@@ -232,9 +206,9 @@ private slots:
             QSKIP("a read-only folder can be written to here");
         QVERIFY(!result); // the row would be given out again: no autostart
         QCOMPARE(Read(m_dir->filePath("list/autostart.txt")), QByteArray("1,A\r\n"));
-        QCOMPARE(m_script.shown.size(), 2);
-        QCOMPARE(m_script.shown[1].icon, BoxIcon::Warning);
-        QVERIFY(m_script.shown[1].text.contains(m_dir->filePath("list/autostart.txt")));
+        QCOMPARE(m_shown.size(), 2);
+        QCOMPARE(m_shown[1].icon, BoxIcon::Warning);
+        QVERIFY(m_shown[1].text.contains(m_dir->filePath("list/autostart.txt")));
     }
 
     // --- The lookup form -----------------------------------------------------------------------
@@ -284,13 +258,13 @@ private slots:
         QFETCH(QString, condition);
         QFETCH(QStringList, boxes);
         Write("autostart.txt", file);
-        m_script.inputs.assign(typed.begin(), typed.end());
-        m_script.answers.assign(another.begin(), another.end());
+        m_inputs = typed;
+        m_answers = another;
         QCOMPARE(Check(), result);
         QCOMPARE(m_state.SubjectID, subject);
         QCOMPARE(m_state.ConditionID, condition);
-        QCOMPARE(Texts(m_script.shown), boxes);
-        QCOMPARE(m_script.shown[1].title, QString("Enter Your ID"));
+        QCOMPARE(Texts(m_shown), boxes);
+        QCOMPARE(m_shown[1].title, QString("Enter Your ID"));
         QCOMPARE(Read("autostart.txt"), file); // nothing is marked in this form
     }
 
@@ -322,7 +296,7 @@ private slots:
         QVERIFY(!VerifySubjectMatches("S01", "S01 "));
     }
 
-    void dataRootBelowAlternateFolder() {
+    void dataRootBelowAlternateFolderOrElseTheExperiments() {
         m_state.ExperimentFolder = m_dir->filePath("exp");
         m_state.ExperimentFileName = "study.exp";
         bool used = false;
@@ -331,28 +305,21 @@ private slots:
         QVERIFY(used);
         QCOMPARE(m_state.DataRoot, expected);
         QVERIFY(QFileInfo(expected).isDir());
-        // The experiment's relative names are still read from the working folder.
-        QCOMPARE(QDir::currentPath(), m_dir->path());
-        QVERIFY(m_script.shown.isEmpty());
-
+        QCOMPARE(QDir::currentPath(), m_dir->path()); // relative names still read from here
         QCOMPARE(DataRootFor(m_state, "", used), m_state.ExperimentFolder);
         QVERIFY(!used);
-        QVERIFY(m_script.shown.isEmpty());
-    }
+        QVERIFY(m_shown.isEmpty());
 
-    void dataRootFallsBackWhenAlternateCanNotBeMade() {
-        m_state.ExperimentFolder = m_dir->filePath("exp");
-        m_state.ExperimentFileName = "study.exp";
         Write(m_dir->filePath("plain"), "a file, not a folder");
-        bool used = true;
+        used = true;
         QCOMPARE(DataRootFor(m_state, m_dir->filePath("plain/alt"), used), m_dir->filePath("exp"));
         QVERIFY(!used);
         QCOMPARE(m_state.DataRoot, m_dir->filePath("exp"));
         QCOMPARE(QDir::currentPath(), m_dir->path());
-        QCOMPARE(m_script.shown.size(), 1);
-        QCOMPARE(m_script.shown[0].title, QString("Not a good thing"));
-        QCOMPARE(m_script.shown[0].icon, BoxIcon::Information);
-        QCOMPARE(m_script.shown[0].text,
+        QCOMPARE(m_shown.size(), 1);
+        QCOMPARE(m_shown[0].title, QString("Not a good thing"));
+        QCOMPARE(m_shown[0].icon, BoxIcon::Information);
+        QCOMPARE(m_shown[0].text,
                  QString("The alternate data folder specified in the current preferences can not "
                          "be created or accessed. The experiment folder will be used instead (if "
                          "possible)."));

@@ -1,6 +1,5 @@
-// The operator's consent to the outside programs of an experiment: asked once per program and
-// definition file, remembered until the file's content changes; a No passes the item over; an
-// unattended run without leave refuses with a message that names the way to allow it.
+// Consent to an experiment's outside programs: asked once per program and file content; an
+// unattended run without leave refuses and names the switch.
 #include "engine/program_consent.h"
 #include "recording_boxes.h"
 #include "state/run_state.h"
@@ -9,28 +8,6 @@
 
 using namespace corvane;
 using namespace corvane::test;
-
-namespace {
-
-// Answers each box with the next of a list, and records them.
-class AnsweringBoxes : public MessageBoxes {
-public:
-    AnsweringBoxes(QList<MessageBox>* shown, QList<BoxAnswer>* answers)
-        : m_shown(shown), m_answers(answers) {}
-    BoxAnswer Show(const MessageBox& box) override {
-        m_shown->append(box);
-        return m_answers->isEmpty() ? box.defaultAnswer : m_answers->takeFirst();
-    }
-    std::optional<QString> Input(const QString&, const QString&, const QString&) override {
-        return std::nullopt;
-    }
-
-private:
-    QList<MessageBox>* m_shown;
-    QList<BoxAnswer>* m_answers;
-};
-
-} // namespace
 
 class TestProgramConsent : public QObject {
     Q_OBJECT
@@ -49,13 +26,12 @@ class TestProgramConsent : public QObject {
 private slots:
     void initTestCase() {
         QVERIFY(m_dir.isValid());
-        // The remembered answers go to a settings folder of the test's own.
         qputenv("XDG_CONFIG_HOME", QFile::encodeName(m_dir.filePath("config")));
     }
 
     void askedOnceAndAgainWhenTheFileChanges() {
         RunState state;
-        state.SetBoxes(std::make_unique<AnsweringBoxes>(&m_shown, &m_answers));
+        state.SetBoxes(std::make_unique<RecordingBoxes>(&m_shown, &m_answers));
         ProgramConsent consent(state, ProgramPolicy::Ask);
         const QString file = Experiment("first");
         m_shown.clear();

@@ -1,7 +1,5 @@
-// The responses workbook's three columns: what a finished item writes into column B by the keys
-// of column A, the skip target taken from column C, and the replacement of <key> in wordings.
-// The sheet here is held in memory; the spreadsheet program itself is tested in
-// test_workbook_bridge.
+// The responses workbook on a sheet in memory: column B by the keys of A, skips from C, <key>
+// in wordings. The spreadsheet program itself is tested in test_workbook_bridge.
 #include "memory_sheet.h"
 #include "state/run_state.h"
 
@@ -44,6 +42,7 @@ class TestResponsesWorkbook : public QObject {
         RunState state;
         Answer(state, count);
         state.GoingBack = goingBack ? True : False;
+        state.SkipTarget = last;
         ResponsesWorkbook workbook(std::make_unique<MemorySheet>(table));
         workbook.UpdateResponsesXLS(state, QStringLiteral("mood"), last);
         return state.SkipTarget;
@@ -93,42 +92,23 @@ private slots:
         QCOMPARE(ValueForSheet(3, "").number, false);
     }
 
-    void nothingWritten_data() {
+    void writtenOnlyOnTheWayOn_data() {
         QTest::addColumn<QString>("skipTarget");
-        QTest::addColumn<QString>("lastSkipTarget");
         QTest::addColumn<bool>("goingBack");
-        QTest::newRow("going back") << "none"
-                                    << "none" << true;
-        QTest::newRow("skipped over by a jump") << "later"
-                                                << "later" << false;
+        QTest::addColumn<QString>("written");
+        QTest::newRow("going back") << "none" << true << "";
+        QTest::newRow("skipped over by a jump") << "later" << false << "";
+        QTest::newRow("the jump's target is this item") << "Mood" << false << "4";
     }
-    void nothingWritten() {
+    void writtenOnlyOnTheWayOn() {
         QFETCH(QString, skipTarget);
-        QFETCH(QString, lastSkipTarget);
         QFETCH(bool, goingBack);
+        QFETCH(QString, written);
         MemoryTable table;
         table.rows = {Row("mood"), Row("moodt")};
-        RunState state;
-        Answer(state, 1);
-        state.SkipTarget = skipTarget;
-        state.GoingBack = goingBack ? True : False;
-        ResponsesWorkbook workbook(std::make_unique<MemorySheet>(table));
-        workbook.UpdateResponsesXLS(state, QStringLiteral("mood"), lastSkipTarget);
-        QVERIFY(table.writes.empty());
-        QCOMPARE(table.B(1), QString());
-        QCOMPARE(state.SkipTarget, skipTarget);
-    }
-
-    void jumpArrivingAtTheItemWrites() {
-        // The target of the jump is the item itself: it was answered, so it writes.
-        MemoryTable table;
-        table.rows = {Row("mood")};
-        RunState state;
-        Answer(state, 1);
-        state.SkipTarget = QStringLiteral("Mood");
-        ResponsesWorkbook workbook(std::make_unique<MemorySheet>(table));
-        workbook.UpdateResponsesXLS(state, QStringLiteral("mood"), QStringLiteral("Mood"));
-        QCOMPARE(table.B(1), QStringLiteral("4"));
+        QCOMPARE(Update(table, 1, skipTarget, goingBack), skipTarget);
+        QCOMPARE(table.B(1), written);
+        QCOMPARE(table.writes.empty(), written.isEmpty());
     }
 
     void skipFromColumnC_data() {
@@ -161,7 +141,6 @@ private slots:
     }
 
     void targetComputedFromTheNewValue() {
-        // C follows B as a formula would: the target is read after the write.
         MemoryTable table;
         table.rows = {Row("mood_01", "", "none")};
         table.formulas = [](MemoryTable& t) {
@@ -210,8 +189,7 @@ private slots:
         QCOMPARE(state.SkipTarget, QStringLiteral("none"));
         QCOMPARE(workbook.ReplaceTextXLS("<total>"), QStringLiteral("<total>"));
         QCOMPARE(workbook.LastFault(), QStringLiteral("the sheet is gone"));
-        // The responses themselves are untouched.
-        QCOMPARE(state.Responses().Value(1, 2, 1), QStringLiteral("4"));
+        QCOMPARE(state.Responses().Value(1, 2, 1), QStringLiteral("4")); // responses untouched
     }
 };
 

@@ -1,5 +1,4 @@
-// The walk of a run without a screen: the file list in its drawn order, the items with jumps,
-// omissions and the way back, the messages of entries passed over, and the end of the run.
+// The walk of a run without a screen: the file list, jumps, omissions, the way back, the end.
 #include "definition_fixtures.h"
 #include "definitions/experiment_loader.h"
 #include "engine/run_driver.h"
@@ -64,24 +63,29 @@ class TestRunDriver : public QObject {
                            rows);
     }
 
-    bool Start(const QString& experimentRows, const QString& condition = "a") {
-        MakeDefinition(m_dir->path(), "study.exp",
-                       "Condition,position,file,BGR\n" + experimentRows);
+    // Reads study.exp with the given table into a fresh run state; Begin starts the walk.
+    bool Read(const QString& experiment, const QString& condition = "a") {
+        MakeDefinition(m_dir->path(), "study.exp", experiment);
         m_state = std::make_unique<RunState>();
         m_state->SetBoxes(std::make_unique<RecordingBoxes>(&m_boxes));
         m_state->SetRandom(std::make_unique<StandardRandomSource>(1));
         m_state->SetClock(std::make_unique<VirtualRunClock>());
-        m_state->ExperimentFolder = m_dir->path();
-        m_state->DataRoot = m_dir->path();
+        m_state->ExperimentFolder = m_state->DataRoot = m_dir->path();
         m_state->ExperimentFile = Path("study.exp");
         m_state->ExperimentFileName = "study.exp";
         m_state->SubjectID = "s7";
         m_state->ConditionID = condition;
         ExperimentNeeds needs;
-        if (!ReadExperimentInfo(*m_state, {}, needs))
-            return false;
+        return ReadExperimentInfo(*m_state, {}, needs);
+    }
+    void Begin() {
         m_driver = std::make_unique<RunDriver>(*m_state, m_host);
         m_driver->StartExperiment();
+    }
+    bool Start(const QString& experimentRows, const QString& condition = "a") {
+        if (!Read("Condition,position,file,BGR\n" + experimentRows, condition))
+            return false;
+        Begin();
         return true;
     }
 
@@ -111,8 +115,7 @@ private slots:
         m_host = FakeHost();
     }
 
-    // On Linux a program has no ending of its own: what the list names is a program by its run
-    // bit, or as a script or desktop entry; other files stay unknown.
+    // A program is known by its run bit, or as a script or desktop entry.
     void programsAreKnownWithoutTheirEnding_data() {
         QTest::addColumn<QString>("name");
         QTest::addColumn<bool>("runBit");
@@ -248,8 +251,7 @@ private slots:
         QCOMPARE(m_state->Responses().Time(1, 1, 1), 90);
     }
 
-    // A form that stays up over the next item asks to go two steps on; the walk takes it down
-    // as the step after the next item begins.
+    // A form that stays up over the next item goes as the step after that begins.
     void theOverlayGoesAfterTheItemThatFollowsIt() {
         m_host.itemTypes << "scale response";
         Items("q.que", "1,scale response,a,none,,0\n2,scale response,b,none,,0\n"
@@ -284,19 +286,8 @@ private slots:
         m_host.itemTypes << "scale response";
         Items("q.que", "1,scale response,a,none,,0\n2,scale response,b,none,,0\n");
         Items("r.que", "1,scale response,r1,none,,0\n");
-        MakeDefinition(m_dir->path(), "study.exp",
-                       "Condition,position,file,Parameters\na,1,q.que,(d-3)\na,2,r.que,\n");
-        m_state = std::make_unique<RunState>();
-        m_state->SetBoxes(std::make_unique<RecordingBoxes>(&m_boxes));
-        m_state->SetClock(std::make_unique<VirtualRunClock>());
-        m_state->ExperimentFolder = m_state->DataRoot = m_dir->path();
-        m_state->ExperimentFile = Path("study.exp");
-        m_state->ExperimentFileName = "study.exp";
-        m_state->ConditionID = "a";
-        ExperimentNeeds needs;
-        QVERIFY(ReadExperimentInfo(*m_state, {}, needs));
-        m_driver = std::make_unique<RunDriver>(*m_state, m_host);
-        m_driver->StartExperiment();
+        QVERIFY(Read("Condition,position,file,Parameters\na,1,q.que,(d-3)\na,2,r.que,\n"));
+        Begin();
         QVERIFY(m_host.calls.contains("timer")); // a negative limit shows the countdown
         auto& clock = static_cast<VirtualRunClock&>(m_state->Clock());
         clock.Advance(3000);
@@ -309,9 +300,6 @@ private slots:
     void timeStampsCountFromTheRunAndTheFormerRow() {
         Items("q.que", "1,scale response,a,none,,0\n");
         QVERIFY(Start("a,1,q.que,0\n"));
-        m_state->DataRoot = m_dir->path();
-        m_state->RunStart = 1000;
-        m_state->LastStamp = 1000;
         auto& clock = static_cast<VirtualRunClock&>(m_state->Clock());
         m_state->Questions = RunState::EmptyQuestions(1);
         m_state->Questions[1].VariableName = "a";
@@ -329,19 +317,10 @@ private slots:
 
     void repeatedSessionsAskForTheNext() {
         Items("q.que", "1,scale response,a,none,,0\n");
-        MakeDefinition(m_dir->path(), "study.exp", "Condition,position,file\na,1,q.que\n");
-        m_state = std::make_unique<RunState>();
-        m_state->SetBoxes(std::make_unique<RecordingBoxes>(&m_boxes));
+        QVERIFY(Read("Condition,position,file\na,1,q.que\n"));
         m_state->RepeatSessions = True;
         m_state->ExitPassword = "secret";
-        m_state->ExperimentFolder = m_state->DataRoot = m_dir->path();
-        m_state->ExperimentFile = Path("study.exp");
-        m_state->ExperimentFileName = "study.exp";
-        m_state->ConditionID = "a";
-        ExperimentNeeds needs;
-        QVERIFY(ReadExperimentInfo(*m_state, {}, needs));
-        RunDriver driver(*m_state, m_host);
-        driver.StartExperiment();
+        Begin();
         QCOMPARE(m_boxes.last().text, "Begin next session?");
         QCOMPARE(m_boxes.last().buttons, BoxButtons::YesNo);
         QCOMPARE(m_state->NextSessionAccepted, True);

@@ -8,36 +8,33 @@ using namespace corvane;
 
 namespace {
 
-ScriptAction Wait(int ms) {
+using K = ScriptActionKind;
+ScriptAction Act(K kind, const QString& text = {}, const QString& name = {}) {
     ScriptAction a;
-    a.kind = ScriptActionKind::Wait;
+    a.kind = kind;
+    a.text = text;
+    a.name = name;
+    return a;
+}
+ScriptAction Wait(int ms, K kind = K::Wait) {
+    ScriptAction a = Act(kind);
     a.ms = ms;
     return a;
 }
 ScriptAction Key(Qt::Key key, Qt::KeyboardModifiers modifiers, const QString& text) {
-    ScriptAction a;
-    a.kind = ScriptActionKind::Key;
+    ScriptAction a = Act(K::Key, text);
     a.key = key;
     a.modifiers = modifiers;
-    a.text = text;
     return a;
 }
-ScriptAction Text(ScriptActionKind kind, const QString& text) {
-    ScriptAction a;
-    a.kind = kind;
-    a.text = text;
-    return a;
+ScriptAction Text(K kind, const QString& text) {
+    return Act(kind, text);
 }
 ScriptAction Click(const QString& name) {
-    ScriptAction a;
-    a.kind = ScriptActionKind::Click;
-    a.name = name;
-    return a;
+    return Act(K::Click, {}, name);
 }
 ScriptAction Drag(const QString& name, int dx, int dy) {
-    ScriptAction a;
-    a.kind = ScriptActionKind::Drag;
-    a.name = name;
+    ScriptAction a = Act(K::Drag, {}, name);
     a.dx = dx;
     a.dy = dy;
     return a;
@@ -68,9 +65,7 @@ private slots:
         QTest::newRow("wait") << "wait 250" << Wait(250) << "wait 250";
         QTest::newRow("wait zero, comment") << "wait 0   # settle" << Wait(0) << "wait 0";
         QTest::newRow("wait any case") << "  WAIT\t1500" << Wait(1500) << "wait 1500";
-        ScriptAction stall = Wait(1200);
-        stall.kind = ScriptActionKind::Stall;
-        QTest::newRow("stall") << "stall 1200 # a blocked thread" << stall << "stall 1200";
+        QTest::newRow("stall") << "stall 1200 # a blocked" << Wait(1200, K::Stall) << "stall 1200";
         QTest::newRow("letter") << "key a" << Key(Qt::Key_A, none, "a") << "key a";
         QTest::newRow("capital") << "key A" << Key(Qt::Key_A, none, "A") << "key A";
         QTest::newRow("digit") << "key 5" << Key(Qt::Key_5, none, "5") << "key 5";
@@ -102,12 +97,10 @@ private slots:
         QTest::newRow("keypad 7 with alt")
             << "key alt+kp7" << Key(Qt::Key_7, Qt::KeypadModifier | Qt::AltModifier, "7")
             << "key Alt+KP7";
-        QTest::newRow("type") << "type hello" << Text(ScriptActionKind::Type, "hello")
-                              << "type hello";
-        QTest::newRow("type keeps blanks and #")
-            << "type  two  blanks # not a comment "
-            << Text(ScriptActionKind::Type, " two  blanks # not a comment ")
-            << "type  two  blanks # not a comment ";
+        QTest::newRow("type") << "type hello" << Text(K::Type, "hello") << "type hello";
+        QTest::newRow("type keeps blanks and #") << "type  two  blanks # not a comment "
+                                                 << Text(K::Type, " two  blanks # not a comment ")
+                                                 << "type  two  blanks # not a comment ";
         QTest::newRow("click") << "click bOK" << Click("bOK") << "click bOK";
         QTest::newRow("click indexed")
             << "click bResponse(3) # third" << Click("bResponse(3)") << "click bResponse(3)";
@@ -117,11 +110,9 @@ private slots:
         QTest::newRow("drag negative")
             << "drag picture(2) -15 -200" << Drag("picture(2)", -15, -200)
             << "drag picture(2) -15 -200";
-        QTest::newRow("answer yes")
-            << "answer yes" << Text(ScriptActionKind::Answer, "yes") << "answer yes";
+        QTest::newRow("answer yes") << "answer yes" << Text(K::Answer, "yes") << "answer yes";
         QTest::newRow("answer text")
-            << "answer Jane Doe #2" << Text(ScriptActionKind::Answer, "Jane Doe #2")
-            << "answer Jane Doe #2";
+            << "answer Jane Doe #2" << Text(K::Answer, "Jane Doe #2") << "answer Jane Doe #2";
     }
     void goodLines() {
         QFETCH(QString, line);
@@ -134,7 +125,6 @@ private slots:
         CompareActions(actions[0], expected);
         QCOMPARE(actions[0].Describe(), described);
 
-        // What Describe writes reads back into the same action.
         const auto again = ParseRunScript(actions[0].Describe());
         QCOMPARE(again.size(), size_t(1));
         CompareActions(again[0], expected);
@@ -209,26 +199,21 @@ private slots:
         QVERIFY(ParseRunScript("# only\n\n").empty());
     }
 
-    void answersQueueInOrder() {
+    void answersQueueInOrderAndNameButtons() {
         ScriptAnswers answers;
-        QVERIFY(answers.IsEmpty());
-        QVERIFY(!answers.Take());
+        QVERIFY(answers.IsEmpty() && !answers.Take());
         answers.Push("Yes");
         answers.Push("S017");
         QVERIFY(!answers.IsEmpty());
         QCOMPARE(answers.Take().value(), QString("Yes"));
         QCOMPARE(answers.Take().value(), QString("S017"));
-        QVERIFY(!answers.Take());
-        QVERIFY(answers.IsEmpty());
-    }
-
-    void answerWordsNameButtons() {
-        QCOMPARE(ScriptAnswers::ToBoxAnswer("yes"), std::optional(BoxAnswer::Yes));
-        QCOMPARE(ScriptAnswers::ToBoxAnswer("NO"), std::optional(BoxAnswer::No));
-        QCOMPARE(ScriptAnswers::ToBoxAnswer("Ok"), std::optional(BoxAnswer::Ok));
-        QCOMPARE(ScriptAnswers::ToBoxAnswer("cancel"), std::optional(BoxAnswer::Cancel));
-        QVERIFY(!ScriptAnswers::ToBoxAnswer("okay"));
-        QVERIFY(!ScriptAnswers::ToBoxAnswer("S017"));
+        QVERIFY(!answers.Take() && answers.IsEmpty());
+        const QStringList words{"yes", "NO", "Ok", "cancel", "okay", "S017"};
+        const QList<std::optional<BoxAnswer>> buttons{BoxAnswer::Yes, BoxAnswer::No,
+                                                      BoxAnswer::Ok,  BoxAnswer::Cancel,
+                                                      std::nullopt,   std::nullopt};
+        for (int i = 0; i < words.size(); ++i)
+            QCOMPARE(ScriptAnswers::ToBoxAnswer(words[i]), buttons[i]);
     }
 };
 

@@ -1,7 +1,5 @@
-// `corvane export --tidy` and `corvane merge` on data made by unattended runs of the demo: the
-// long table read back by Python's csv module and by R through the generated script, 8-bit data
-// of older stations, and three stations merged, one of them with another version of a
-// questionnaire.
+// `corvane export --tidy` and `corvane merge` on the demo's data from unattended runs: read back
+// by Python and R, 8-bit data, and stations merged (one with another questionnaire version).
 #include "definition_fixtures.h"
 #include "unattended_process.h"
 
@@ -68,7 +66,7 @@ class TestDataCommands : public QObject {
         for (const QString& file : demo.entryList(QDir::Files))
             QVERIFY(QFile::copy(demo.filePath(file), QDir(folder).filePath(file)));
         if (otherRatings) {
-            // Another version of the ratings: its second item left out.
+            // Its ratings without the second item.
             QFile::remove(QDir(folder).filePath("ratings.que"));
             QByteArray csv =
                 ReadAll(QString(CORVANE_FIXTURES) + "/../../resources/demo/ratings.csv");
@@ -194,7 +192,7 @@ cat(nrow(d), class(d$rt_ms), is.factor(d$value_label), as.character(calm),
         QVERIFY(Snapshot({merged}).isEmpty());
     }
 
-    void commandLineMistakes_data() {
+    void commandLineMistakesEndWith64_data() {
         QTest::addColumn<QStringList>("args");
         QTest::newRow("one station") << QStringList{"merge", "x", "--into", "y"};
         QTest::newRow("no --into") << QStringList{"merge", "x", "y"};
@@ -202,8 +200,7 @@ cat(nrow(d), class(d$rt_ms), is.factor(d$value_label), as.character(calm),
         QTest::newRow("unknown option")
             << QStringList{"export", "x.exp", "--tidy", "o", "--wide", "1"};
     }
-
-    void commandLineMistakes() {
+    void commandLineMistakesEndWith64() {
         QFETCH(QStringList, args);
         const Outcome outcome = Run(CORVANE_BIN, args);
         QCOMPARE(outcome.exitCode, 64);

@@ -1,6 +1,5 @@
-// Unattended runs with devices: items with port codes send their pulses as their wording shows,
-// to the logging port and to a trigger box on a pseudo-terminal, and a serial line named by
-// comport.txt answers scale items with the digits sent on it.
+// Unattended runs with devices: port pulses (logged, and to a trigger box on a pty), and a serial
+// line named by comport.txt that answers scale items.
 #include "definition_fixtures.h"
 #include "pty_pair.h"
 
@@ -83,8 +82,8 @@ bool Ended(QProcess& run) {
 class TestDevicesRun : public QObject {
     Q_OBJECT
 private slots:
-    // On the virtual clock: each pulse at its item's start, the onset delay's wording included,
-    // its end after the duration; a code that can't be read is said and passed over.
+    // Virtual clock: each pulse at its item's start (after any onset delay), ended after its
+    // duration; an unreadable code is said and passed over.
     void pulsesGoOutAsTheWordingShows() {
         QTemporaryDir dir;
         MakeStudy(
@@ -115,8 +114,7 @@ private slots:
         QVERIFY2(log.contains("The port code 'lpt:1:5' can not be sent: its port 'lpt' is not a "
                               "number. Items with this code go on without a pulse."),
                  log.constData());
-        // Nothing lost: the answers and times of all four items, the second timed from its
-        // wording.
+        // Nothing lost; the second item is timed from its wording.
         QCOMPARE(DataRow(dir), (QList<QByteArray>{"1", "2", "3", "1"}));
         QCOMPARE(DataRow(dir, 3), (QList<QByteArray>{"300", "200", "300", "300"}));
     }
@@ -145,8 +143,6 @@ private slots:
         const QString errors = QString::fromUtf8(run.readAllStandardError());
         QCOMPARE(run.exitCode(), 0);
         QVERIFY2(!errors.contains("only logged"), qPrintable(errors));
-        // The program's record of the bytes, on its run clock: a pulse never ends early, and
-        // the bound above only catches a timer gone wrong.
         const auto lines = PortLines(errors);
         QCOMPARE(lines.size(), std::size_t(4));
         const std::array<int, 4> values{3, 0, 4, 0};
@@ -156,27 +152,23 @@ private slots:
             QCOMPARE(lines[n].device, " to the trigger box at " + pty.ProgramEnd());
         }
         const qint64 first = lines[1].at - lines[0].at, second = lines[3].at - lines[2].at;
-        // The timer runs between the events of the run, so on a loaded machine a pulse may end
-        // late; it must never end early, nor wait for the next item.
+        // On a loaded machine a pulse may end late, never early nor after the next item.
         QVERIFY2(first >= 5 && lines[1].at < lines[2].at, qPrintable(errors));
         QVERIFY2(second >= 40 && second < 1000, qPrintable(QString::number(second)));
         QVERIFY2(lines[2].at - lines[0].at >= 400, qPrintable(errors)); // after the first answer
 
-        // What the box received, with the times it came: the same bytes, in the same order.
+        // The box received the same bytes in the same order.
         QCOMPARE(bytes.size(), std::size_t(4));
         for (std::size_t n = 0; n < 4; ++n)
             QCOMPARE(int(bytes[n].value), values[n]);
         auto ms = [&](std::size_t from, std::size_t to) {
             return double(bytes[to].atNs - bytes[from].atNs) / 1e6;
         };
-        qInfo("pulses of 5 and 40 ms: %lld and %lld ms as sent, %.2f and %.2f ms at the box", first,
-              second, ms(0, 1), ms(2, 3));
         QVERIFY2(ms(0, 2) >= 350, qPrintable(QString::number(ms(0, 2))));
         QCOMPARE(DataRow(dir), (QList<QByteArray>{"1", "2"}));
     }
 
-    // comport.txt on a pseudo-terminal: each item is answered by the digit sent on the line, by
-    // the table (1 presses F3) or by the digit itself.
+    // comport.txt on a pty: a digit answers by the table (1 presses 3) or as itself.
     void serialDigitsAnswerTheItems() {
         PtyPair pty;
         if (!pty.Ready())
@@ -196,8 +188,7 @@ private slots:
                 count += int(ReadAll(journals.filePath(name)).count("\nR\t"));
             return count;
         };
-        // A digit sent before the item is there presses nothing; it is sent again then, as a
-        // participant would press again.
+        // A digit sent before the item is there presses nothing: sent again, as a person would.
         const QList<QByteArray> digits{"1", "2", "1"};
         for (int n = 0; n < digits.size(); ++n) {
             QElapsedTimer waited;

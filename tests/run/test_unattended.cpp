@@ -1,11 +1,9 @@
-// Unattended runs of the program, as an experimenter pilots an experiment: the walk of two
-// conditions, the loader's refusals, the autostart list, the subject check, scripts and exits,
-// the program's folder, an alternate data folder and the word processor that documents need.
+// Unattended runs of the program as an experimenter pilots an experiment: walks, refusals,
+// autostart, the subject check, scripts, exits, the program's and data folders, documents.
 #include "definition_fixtures.h"
 #include "preferences/preference_file.h"
+#include "unattended_process.h"
 
-#include <QProcess>
-#include <QRegularExpression>
 #include <QtTest>
 
 using namespace corvane::test;
@@ -18,13 +16,6 @@ struct RunResult {
     QString errors;
 };
 
-// Times of day differ from run to run; everything else must not.
-QByteArray WithoutTimes(QByteArray text) {
-    return QString::fromUtf8(text)
-        .replace(QRegularExpression("\\d\\d:\\d\\d:\\d\\d"), "hh:mm:ss")
-        .toUtf8();
-}
-
 } // namespace
 
 class TestUnattended : public QObject {
@@ -34,6 +25,18 @@ class TestUnattended : public QObject {
     QHash<QString, QString> m_env; // set for the runs of one test
 
     QString Path(const QString& name) const { return QDir(m_dir->path()).filePath(name); }
+
+    // Starts the program with the test's private folders and environment.
+    void Launch(QProcess& process, const QStringList& args) {
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert("XDG_DATA_HOME", Path("xdg"));
+        env.insert("XDG_CONFIG_HOME", Path("xdg-config"));
+        env.insert("QT_QPA_PLATFORM", "offscreen");
+        for (auto it = m_env.cbegin(); it != m_env.cend(); ++it)
+            env.insert(it.key(), it.value());
+        process.setProcessEnvironment(env);
+        process.start(CORVANE_BIN, args);
+    }
 
     RunResult Run(const QString& experiment, const QString& subject, const QString& condition,
                   const QString& script = {}, const QStringList& extra = {},
@@ -48,14 +51,7 @@ class TestUnattended : public QObject {
         }
         QFile::remove(Path("messages.log"));
         QProcess process;
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert("XDG_DATA_HOME", Path("xdg"));
-        env.insert("XDG_CONFIG_HOME", Path("xdg-config"));
-        env.insert("QT_QPA_PLATFORM", "offscreen");
-        for (auto it = m_env.cbegin(); it != m_env.cend(); ++it)
-            env.insert(it.key(), it.value());
-        process.setProcessEnvironment(env);
-        process.start(CORVANE_BIN, args + extra);
+        Launch(process, args + extra);
         RunResult result;
         if (!process.waitForFinished(60000))
             return result;
@@ -103,7 +99,7 @@ private slots:
         QCOMPARE(result.log.last(),
                  "Participant 12\tThank you! This part of the study is finished. Please let "
                  "the experimenter know that you are done.\tok");
-        QCOMPARE(WithoutTimes(ReadAll(Path("data/byquestionnaire/question_order.csv"))),
+        QCOMPARE(WithTimesOfDayMasked(ReadAll(Path("data/byquestionnaire/question_order.csv"))),
                  QByteArray("12,b,hh:mm:ss,second.que,first.que\r\n12,b,hh:mm:ss,second.que,s1\r\n"
                             "12,b,hh:mm:ss,first.que,f1,f2\r\n"));
         QCOMPARE(
@@ -125,7 +121,7 @@ private slots:
         QCOMPARE(result.exitCode, 2);
         QVERIFY(result.log.filter("pressing Control+Alt+Right Arrow").size() == 1);
         // f2 was on the screen when the run was ended; second.que never came.
-        QCOMPARE(WithoutTimes(ReadAll(Path("data/byquestionnaire/question_order.csv"))),
+        QCOMPARE(WithTimesOfDayMasked(ReadAll(Path("data/byquestionnaire/question_order.csv"))),
                  QByteArray("12,a,hh:mm:ss,first.que\r\n12,a,hh:mm:ss,first.que,f1,f2\r\n"));
     }
 
@@ -183,7 +179,7 @@ private slots:
         QCOMPARE(result.log.filter("Begin next session?").size(), 3);
         QVERIFY(result.log.filter("The autostart list has been completed.").size() == 1);
         const QByteArray order =
-            WithoutTimes(ReadAll(Path("data/byquestionnaire/question_order.csv")));
+            WithTimesOfDayMasked(ReadAll(Path("data/byquestionnaire/question_order.csv")));
         QVERIFY(order.startsWith("21,a,hh:mm:ss,second.que,empty.que\r\n"));
         QVERIFY(order.contains("\r\n22,B,hh:mm:ss,second.que,second.que\r\n"));
         QVERIFY(order.contains("\r\n23,a,hh:mm:ss,second.que,empty.que\r\n"));
@@ -292,58 +288,35 @@ private slots:
         QVERIFY(ReadAll(Path("data/byquestionnaire/question_order.csv")).contains(",f1,f2\r\n"));
     }
 
-    void aStuckRunIsEndedWhenTheScriptIsUsedUp() {
+    void aStuckRunIsEndedWhenTheScriptIsUsedUpOrStoppedByTheTimeout() {
         // A questionnaire that can't be read leaves the run waiting for the operator.
         MakeDefinition(
             m_dir->path(), "broken.que",
             "questionnumber,QuestionType,VariableName,QuestionWording\n1,essay,e1,\\N\n");
         MakeDefinition(m_dir->path(), "stuck.exp", "Condition,position,file\na,1,broken.que\n");
-        const RunResult result = Run("stuck.exp", "1", "a", "wait 500\n");
+        RunResult result = Run("stuck.exp", "1", "a", "wait 500\n");
         QCOMPARE(result.exitCode, 2);
         QCOMPARE(result.log[0], "Corvane\t94Invalid use of Null in 'broken.que', the row with "
                                 "questionnumber 1, column QuestionWording\tok");
         QVERIFY(result.log[1].contains("pressing Control+Alt+Right Arrow"));
         QVERIFY(result.log.last().startsWith("Participant 1\t"));
         QVERIFY(QFile::exists(Path("data/byquestionnaire/question_order.csv")));
-    }
-
-    void aRunThatDoesNotEndIsStopped() {
-        MakeDefinition(
-            m_dir->path(), "broken.que",
-            "questionnumber,QuestionType,VariableName,QuestionWording\n1,essay,e1,\\N\n");
-        MakeDefinition(m_dir->path(), "stuck.exp", "Condition,position,file\na,1,broken.que\n");
-        QStringList args{"--run",    Path("stuck.exp"),  "--subject",
-                         "1",        "--condition",      "a",
-                         "--script", Path("script.txt"), "--timeout",
-                         "1",        "--message-log",    Path("messages.log")};
-        WriteBytes(Path("script.txt"), "wait 60000\n");
-        QProcess process;
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert("XDG_DATA_HOME", Path("xdg"));
-        process.setProcessEnvironment(env);
         QElapsedTimer timer;
         timer.start();
-        process.start(CORVANE_BIN, args);
-        QVERIFY(process.waitForFinished(30000));
-        QCOMPARE(process.exitCode(), 3);
+        result = Run("stuck.exp", "1", "a", "wait 60000\n", {"--timeout", "1"}, false);
+        QCOMPARE(result.exitCode, 3);
         QVERIFY(timer.elapsed() < 20000);
     }
 
     void twoStationsSharingTheDataFolderLeaveNoEmptyLines() {
-        // The first station loads and waits; the second loads, runs and writes its record
-        // meanwhile; then the first ends its run.
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert("XDG_DATA_HOME", Path("xdg"));
-        env.insert("XDG_CONFIG_HOME", Path("xdg-config"));
-        env.insert("QT_QPA_PLATFORM", "offscreen");
+        // The second station runs and writes its record while the first waits.
         auto start = [&](QProcess& station, const QString& subject, const QByteArray& script,
                          const QStringList& extra) {
             WriteBytes(Path("script" + subject + ".txt"), script);
-            station.setProcessEnvironment(env);
-            station.start(CORVANE_BIN, QStringList{"--run", Path("study.exp"), "--subject", subject,
-                                                   "--condition", "b", "--script",
-                                                   Path("script" + subject + ".txt")} +
-                                           extra);
+            Launch(station,
+                   QStringList{"--run", Path("study.exp"), "--subject", subject, "--condition", "b",
+                               "--script", Path("script" + subject + ".txt")} +
+                       extra);
         };
         const QString csv = Path("data/byquestionnaire/study.csv");
         QProcess first;
@@ -367,11 +340,8 @@ private slots:
     void anExitPasswordDoesNotHoldAnUnattendedRun() {
         corvane::PreferenceRecord preferences;
         preferences.ExitPassword = "secret";
-        QVERIFY(QDir().mkpath(Path("xdg/corvane/styles")));
-        corvane::WritePreferenceFile(Path("xdg/corvane/styles/default.cvp"), preferences);
-
-        // The script is used up while an item waits: the end key ends the run, and then closes
-        // the password form that the end of the run brings up.
+        SetPreferences(preferences);
+        // The script used up, the end key ends the run and then closes the password form.
         RunResult result = Run("study.exp", "12", "a", "wait 400\nkey 1\n", {"--timeout", "30"});
         QCOMPARE(result.exitCode, 2);
         QVERIFY2(result.log.filter("form 'fPassword' waits").size() == 1,
@@ -472,13 +442,7 @@ private slots:
         // The script would walk condition b to its end, had the run started.
         WriteBytes(Path("script.txt"), "wait 400\nkey 1\nwait 300\nkey 2\n");
         QProcess process;
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert("XDG_DATA_HOME", Path("xdg"));
-        env.insert("XDG_CONFIG_HOME", Path("xdg-config"));
-        env.insert("QT_QPA_PLATFORM", "offscreen");
-        process.setProcessEnvironment(env);
-        process.start(CORVANE_BIN,
-                      args + QStringList{"--script", Path("script.txt"), "--virtual-clock"});
+        Launch(process, args + QStringList{"--script", Path("script.txt"), "--virtual-clock"});
         if (!process.waitForFinished(30000)) {
             process.kill();
             process.waitForFinished();
