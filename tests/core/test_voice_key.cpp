@@ -1,6 +1,6 @@
-// The voice key's arithmetic and files: the wave header byte for byte (against sox's own), the
-// reading of wave files, the level of a sample and the first one at a level, the map from a
-// sample's place in the stream to the run clock, and the feeding of samples at the clock's pace.
+// The voice key's arithmetic and files: wave header byte for byte (against sox's), reading waves,
+// sample levels, the stream-to-run-clock map, and samples fed at the clock's pace.
+#include "definition_fixtures.h"
 #include "devices/fed_sample_source.h"
 #include "devices/voice_onset.h"
 #include "output/wave_file.h"
@@ -41,12 +41,9 @@ private slots:
         QCOMPARE(sound->samples.size(), 11025);
         const QString ours = dir.filePath("ours.wav");
         QVERIFY(!WriteWaveFile(ours, sound->samples));
-        QFile a(theirs), b(ours);
-        QVERIFY(a.open(QIODevice::ReadOnly) && b.open(QIODevice::ReadOnly));
-        const QByteArray theirBytes = a.readAll(), ourBytes = b.readAll();
+        const QByteArray theirBytes = test::ReadAll(theirs), ourBytes = test::ReadAll(ours);
         QCOMPARE(ourBytes.left(44).toHex(), theirBytes.left(44).toHex());
-        QCOMPARE(ourBytes.size(), 44 + 11025 + 1); // and the pad byte
-        QVERIFY(ourBytes == theirBytes);
+        QVERIFY(ourBytes == theirBytes); // with the pad byte after 11025 samples
     }
 
     void readPassesOverOtherChunks() {
@@ -57,12 +54,9 @@ private slots:
                                     "abc\x00",
                                     12));
         bytes.append("\x80\xff", 2);
-        QFile file(dir.filePath("list.wav"));
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(bytes);
-        file.close();
+        test::WriteBytes(dir.filePath("list.wav"), bytes);
         QString why;
-        const auto sound = ReadWaveFile(file.fileName(), &why);
+        const auto sound = ReadWaveFile(dir.filePath("list.wav"), &why);
         QVERIFY2(sound, qPrintable(why));
         QCOMPARE(sound->samples, QByteArray("\x80\xff", 2));
         QCOMPARE(sound->format.rate, 44100u);
@@ -70,12 +64,9 @@ private slots:
 
     void notAWaveFile() {
         QTemporaryDir dir;
-        QFile file(dir.filePath("text.wav"));
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write("hello, this is no sound at all");
-        file.close();
+        test::WriteBytes(dir.filePath("text.wav"), "hello, this is no sound at all");
         QString why;
-        QVERIFY(!ReadWaveFile(file.fileName(), &why));
+        QVERIFY(!ReadWaveFile(dir.filePath("text.wav"), &why));
         QCOMPARE(why, "not a RIFF wave file");
         QVERIFY(!FedSampleSource::ReadSamples(dir.filePath("missing.wav"), &why));
         QVERIFY(!why.isEmpty());
@@ -89,13 +80,8 @@ private slots:
         QString why;
         QVERIFY(!FedSampleSource::ReadSamples(dir.filePath("s.wav"), &why));
         QVERIFY2(why.contains("2 channel(s)") && why.contains("sox"), qPrintable(why));
-    }
-
-    void unwritablePathGivesTheReason() {
-        QTemporaryDir dir;
         const auto reason = WriteWaveFile(dir.filePath("no/such/folder/a.wav"), "x");
-        QVERIFY(reason);
-        QVERIFY(!reason->isEmpty());
+        QVERIFY(reason && !reason->isEmpty()); // an unwritable path gives the reason
     }
 
     void levels_data() {

@@ -82,3 +82,19 @@ private:
 };
 
 } // namespace corvane::test
+
+namespace corvane::test {
+/// Item columns with three labels, their points and their skips.
+inline const QString kThreeLabelHeader =
+    "questionnumber,QuestionType,QuestionWording,VariableName,Parameters,WriteData,WriteRT,"
+    "textlabel1,textlabel2,textlabel3,pointlabel1,pointlabel2,pointlabel3,skip1,skip2,skip3\n";
+
+/// A visible top-level window by its name, or null.
+inline QWidget* VisibleWindow(const QString& name) {
+    const auto windows = QApplication::topLevelWidgets();
+    for (QWidget* window : windows)
+        if (window->objectName() == name && window->isVisible())
+            return window;
+    return nullptr;
+}
+} // namespace corvane::test

@@ -1,7 +1,6 @@
-// The presenters of files: images placed and sized by their parameters, sounds cut at an item's
-// limit, films that end by themselves, documents shown from the PDF that the real office program
-// made at load, slide shows waited for as a program of their own. Files that can't be shown are
-// named in a message and passed over; nothing stored before is lost.
+// File presenters: images placed and sized, sounds cut at the limit, films that end by themselves,
+// documents converted by the office program at load, slide shows waited for. Files that can't be
+// shown are named and passed over, with nothing stored before lost.
 #include "engine/navigation_bar.h"
 #include "forms/media_files.h"
 #include "items/media/document_cache.h"
@@ -51,11 +50,23 @@ QString Last(int n) {
 }
 
 // A form left on the screen by a failed check must not outlive its run.
-auto Unloading(RunFixture& run) {
-    return qScopeGuard([&run] {
-        if (run.session)
-            run.session->UnloadCurrentForm();
-    });
+struct MediaRun : RunFixture {
+    ~MediaRun() {
+        if (session)
+            session->UnloadCurrentForm();
+    }
+};
+
+QString In(const RunFixture& run, const QString& name) {
+    return QDir(run.Folder()).filePath(name);
+}
+
+// A show file, an image after it, and the office program given by its script body.
+void ShowWith(RunFixture& run, const QByteArray& office) {
+    WriteBytes(In(run, "show.odp"), "slides");
+    QVERIFY(MakePicture(In(run, "after.png"), 32, 32).isEmpty());
+    if (!office.isEmpty())
+        FakeOffice(run.preferences.WordFolder = In(run, "office"), office);
 }
 
 bool ProcessAlive(const QString& pidFile) {
@@ -96,9 +107,8 @@ private slots:
     // A list entry named in other capitals than its file, then an item sized by w and h: each
     // waits for Continue and stores "ok" with the time.
     void imagesWaitForContinueAndStoreOk() {
-        RunFixture run;
-        const auto unload = Unloading(run);
-        QVERIFY2(MakePicture(QDir(run.Folder()).filePath("Pic.PNG"), 200, 150).isEmpty(), "");
+        MediaRun run;
+        QVERIFY2(MakePicture(In(run, "Pic.PNG"), 200, 150).isEmpty(), "");
         MakeDefinition(run.Folder(), "q.que",
                        kHeader + Row(1, "image file", "img", "pic.png", "\"(w50,h40,l1,t1)\"") +
                            Last(2));
@@ -121,9 +131,8 @@ private slots:
 
     // With a limit there is no Continue: the image goes on the tick past its limit.
     void anImageWithALimitEndsByIt() {
-        RunFixture run;
-        const auto unload = Unloading(run);
-        QVERIFY(MakePicture(QDir(run.Folder()).filePath("pic.jpg"), 64, 48).isEmpty());
+        MediaRun run;
+        QVERIFY(MakePicture(In(run, "pic.jpg"), 64, 48).isEmpty());
         run.Start(kHeader, Row(1, "image file", "img", "pic.jpg", "(d2)") + Last(2));
         auto* bar = run.Control<NavigationBar>("Bar1");
         QVERIFY(bar);
@@ -137,10 +146,9 @@ private slots:
 
     // A damaged image is named and passed over, with its jump; the earlier answer stays.
     void aDamagedImageIsPassedOver() {
-        RunFixture run;
-        const auto unload = Unloading(run);
-        QVERIFY(MakePicture(QDir(run.Folder()).filePath("good.png"), 64, 48).isEmpty());
-        WriteBytes(QDir(run.Folder()).filePath("bad.jpg"), "\xff\xd8\xff\xe0 not a picture");
+        MediaRun run;
+        QVERIFY(MakePicture(In(run, "good.png"), 64, 48).isEmpty());
+        WriteBytes(In(run, "bad.jpg"), "\xff\xd8\xff\xe0 not a picture");
         run.Start(kHeader, Row(1, "image file", "first", "good.png") +
                                Row(2, "image file", "bad", "bad.jpg", "", "last") +
                                Row(3, "image file", "skipped", "good.png") +
@@ -157,9 +165,8 @@ private slots:
 
     // The sound's own end ends nothing; the limit does, whatever the sound's length.
     void aSoundItemEndsAtItsLimit() {
-        RunFixture run;
-        const auto unload = Unloading(run);
-        QVERIFY(MakeTone(QDir(run.Folder()).filePath("tone.wav"), 0.2).isEmpty());
+        MediaRun run;
+        QVERIFY(MakeTone(In(run, "tone.wav"), 0.2).isEmpty());
         run.Start(kHeader, Row(1, "sound file", "snd", "tone.wav", "(d1)") + Last(2));
         QCOMPARE(run.Form()->objectName(), "fSound");
         QCOMPARE(run.Control<NavigationBar>("Bar1")->State("Continue"), 0);
@@ -175,9 +182,8 @@ private slots:
     // A film from the list on the full screen (w-1), then one as an item at its own size: each
     // ends by itself, with no Continue.
     void moviesEndByThemselves() {
-        RunFixture run;
-        const auto unload = Unloading(run);
-        QVERIFY(MakeMovie(QDir(run.Folder()).filePath("clip.avi"), 15, 160, 120).isEmpty());
+        MediaRun run;
+        QVERIFY(MakeMovie(In(run, "clip.avi"), 15, 160, 120).isEmpty());
         MakeDefinition(run.Folder(), "q.que",
                        kHeader + Row(1, "movie", "mov", "CLIP.avi", "\"(l20,t30)\"") +
                            Row(2, "movie", "again", "clip.avi") + Last(3));
@@ -198,12 +204,11 @@ private slots:
     }
 
     void aTruncatedMovieIsNamedAndPassedOver() {
-        RunFixture run;
-        const auto unload = Unloading(run);
-        const QString whole = QDir(run.Folder()).filePath("whole.avi");
+        MediaRun run;
+        const QString whole = In(run, "whole.avi");
         QVERIFY(MakeMovie(whole).isEmpty());
-        WriteBytes(QDir(run.Folder()).filePath("cut.avi"), ReadAll(whole).left(600));
-        QVERIFY(MakePicture(QDir(run.Folder()).filePath("after.png"), 32, 32).isEmpty());
+        WriteBytes(In(run, "cut.avi"), ReadAll(whole).left(600));
+        QVERIFY(MakePicture(In(run, "after.png"), 32, 32).isEmpty());
         run.Start(kHeader,
                   Row(1, "movie", "cut", "cut.avi") + Row(2, "image file", "after", "after.png"));
         QTRY_COMPARE_WITH_TIMEOUT(run.state.CurrentQuestion, qint16(2), 20000);
@@ -219,9 +224,8 @@ private slots:
     void aDocumentIsConvertedAtLoadAndShown() {
         if (QStandardPaths::findExecutable("soffice").isEmpty())
             QSKIP("soffice (LibreOffice) is not installed");
-        RunFixture run;
-        const auto unload = Unloading(run);
-        WriteBytes(QDir(run.Folder()).filePath("Letter.RTF"), TwoPageLetter());
+        MediaRun run;
+        WriteBytes(In(run, "Letter.RTF"), TwoPageLetter());
         run.Start(kHeader, Row(1, "Word Document", "doc", "letter.rtf") + Last(2));
         QCOMPARE(run.state.WordFound, True);
         const QDir cache(ProgramFolder::FilePath("cache/documents"));
@@ -282,22 +286,17 @@ private slots:
 
     // A document that could not be converted is named at load and passed over in the run.
     void aDocumentNotMadeReadyIsPassedOver() {
-        RunFixture run;
-        const auto unload = Unloading(run);
-        WriteBytes(QDir(run.Folder()).filePath("letter.rtf"), TwoPageLetter());
-        QVERIFY(MakePicture(QDir(run.Folder()).filePath("after.png"), 32, 32).isEmpty());
-        run.preferences.WordFolder = QDir(run.Folder()).filePath("office");
+        MediaRun run;
+        WriteBytes(In(run, "letter.rtf"), TwoPageLetter());
+        QVERIFY(MakePicture(In(run, "after.png"), 32, 32).isEmpty());
+        run.preferences.WordFolder = In(run, "office");
         FakeOffice(run.preferences.WordFolder, "exit 0\n");
         run.Start(kHeader, Row(1, "Word Document", "doc", "letter.rtf") +
                                Row(2, "image file", "after", "after.png"));
-        QStringList told;
-        for (const MessageBox& box : run.boxes)
-            told << box.text;
-        QVERIFY2(run.boxes.size() >= 2, qPrintable(told.join('|')));
-        QVERIFY2(run.boxes.first().text.startsWith("The document '" +
-                                                   QDir(run.Folder()).filePath("letter.rtf") +
+        QVERIFY(run.boxes.size() >= 2);
+        QVERIFY2(run.boxes.first().text.startsWith("The document '" + In(run, "letter.rtf") +
                                                    "' could not be made ready for showing"),
-                 qPrintable(told.join('|')));
+                 qPrintable(run.boxes.first().text));
         QCOMPARE(run.boxes.last().text,
                  QString("The document 'letter.rtf' was not made ready for showing when the "
                          "experiment was loaded.  This item will be skipped."));
@@ -307,14 +306,9 @@ private slots:
 
     // The run waits for the show's program; its end stores "ok" and the show's length.
     void aSlideShowIsWaitedFor() {
-        RunFixture run;
-        const auto unload = Unloading(run);
-        WriteBytes(QDir(run.Folder()).filePath("show.odp"), "slides");
-        QVERIFY(MakePicture(QDir(run.Folder()).filePath("after.png"), 32, 32).isEmpty());
-        run.preferences.WordFolder = QDir(run.Folder()).filePath("office");
-        const QString arguments = QDir(run.Folder()).filePath("arguments.txt");
-        FakeOffice(run.preferences.WordFolder,
-                   "printf '%s\\n' \"$@\" > '" + arguments.toLocal8Bit() + "'\nsleep 1\n");
+        MediaRun run;
+        const QString arguments = In(run, "arguments.txt");
+        ShowWith(run, "printf '%s\\n' \"$@\" > '" + arguments.toLocal8Bit() + "'\nsleep 1\n");
         run.Start(kHeader, Row(1, "powerpoint show", "show", "SHOW.odp") +
                                Row(2, "image file", "after", "after.png"));
         QCOMPARE(run.Form()->objectName(), "fSlideShow");
@@ -325,19 +319,17 @@ private slots:
         QCOMPARE(run.state.Responses().Time(1, 1, 1), 1500);
         const QStringList given = QString::fromUtf8(ReadAll(arguments)).split('\n');
         QVERIFY2(given.contains("--show"), qPrintable(given.join(' ')));
-        QVERIFY(given.contains(QDir(run.Folder()).filePath("show.odp")));
+        QVERIFY(given.contains(In(run, "show.odp")));
         QVERIFY(given.first().startsWith("-env:UserInstallation=file://"));
     }
 
     // Without the office program the show is announced as not found; nothing is stored and
     // the item's jump isn't taken.
     void aSlideShowWithoutTheProgram() {
-        RunFixture run;
-        const auto unload = Unloading(run);
-        WriteBytes(QDir(run.Folder()).filePath("show.odp"), "slides");
-        QVERIFY(MakePicture(QDir(run.Folder()).filePath("after.png"), 32, 32).isEmpty());
+        MediaRun run;
+        ShowWith(run, {});
         const QByteArray path = qgetenv("PATH");
-        qputenv("PATH", QDir(run.Folder()).filePath("nothing").toLocal8Bit());
+        qputenv("PATH", In(run, "nothing").toLocal8Bit());
         run.Start(kHeader, Row(1, "powerpoint show", "show", "show.odp", "", "last") +
                                Row(2, "image file", "after", "after.png") +
                                Row(3, "image file", "last", "after.png"));
@@ -351,14 +343,9 @@ private slots:
 
     // A show that never ends: the operator's keys go on, and the show's program goes with them.
     void theOperatorKeysEndAShowThatNeverEnds() {
-        RunFixture run;
-        const auto unload = Unloading(run);
-        WriteBytes(QDir(run.Folder()).filePath("show.odp"), "slides");
-        QVERIFY(MakePicture(QDir(run.Folder()).filePath("after.png"), 32, 32).isEmpty());
-        run.preferences.WordFolder = QDir(run.Folder()).filePath("office");
-        const QString pidFile = QDir(run.Folder()).filePath("show.pid");
-        FakeOffice(run.preferences.WordFolder,
-                   "echo $$ > '" + pidFile.toLocal8Bit() + "'\nsleep 600 & wait\n");
+        MediaRun run;
+        const QString pidFile = In(run, "show.pid");
+        ShowWith(run, "echo $$ > '" + pidFile.toLocal8Bit() + "'\nsleep 600 & wait\n");
         run.Start(kHeader, Row(1, "powerpoint show", "show", "show.odp") +
                                Row(2, "image file", "after", "after.png"));
         QTRY_VERIFY_WITH_TIMEOUT(ProcessAlive(pidFile), 10000);

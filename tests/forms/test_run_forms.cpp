@@ -1,6 +1,5 @@
-// How a run finds and shows its forms: the presenter registry, by item type and by kind of list
-// entry, with the path for kinds that no form presents; and the countdown of a
-// questionnaire's visible time limit.
+// How a run finds its forms (the presenter registry, by item type and list-entry kind, and the
+// path for what no form presents) and the countdown of a visible time limit.
 #include "engine/run_driver.h"
 #include "run_fixture.h"
 
@@ -32,15 +31,6 @@ protected:
         return true;
     }
 };
-
-QWidget* TimerForm() {
-    const auto windows = QApplication::topLevelWidgets();
-    for (QWidget* window : windows) {
-        if (window->objectName() == "fTimer" && window->isVisible())
-            return window;
-    }
-    return nullptr;
-}
 
 } // namespace
 
@@ -75,9 +65,7 @@ private slots:
         MakeDefinition(run.Folder(), "q.que",
                        "questionnumber,QuestionType,QuestionWording,VariableName\n"
                        "1,essay,Write.,e1\n2,ranking,Rank.,r1\n3,essay,Again.,e2\n");
-        QFile picture(QDir(run.Folder()).filePath("pic.bmp"));
-        QVERIFY(picture.open(QIODevice::WriteOnly));
-        picture.close();
+        WriteBytes(QDir(run.Folder()).filePath("pic.bmp"), {});
         run.Open("Condition,position,file\na,1,pic.bmp\na,2,q.que\n");
         QCOMPARE(run.Form()->objectName(), "fFake"); // the list entry, by its kind
         QCOMPARE(run.state.CurrentQuestion, qint16(0));
@@ -145,7 +133,7 @@ private slots:
         run.Start("questionnumber,QuestionType,QuestionWording,VariableName\n",
                   "1,instructions,Read.,i1\n2,instructions,More.,i2\n", limit);
         run.Wait(waited);
-        QWidget* timer = TimerForm();
+        QWidget* timer = VisibleWindow("fTimer");
         QCOMPARE(timer != nullptr, shown != "-");
         QCOMPARE(run.state.TimerFormUp, shown != "-" ? True : False);
         if (!timer)

@@ -1,7 +1,5 @@
-// The thought listing, the thought rating and the on-line rating in a run: entries ended by
-// Enter and Escape, their times from the end of the entry before, the list's size and time limit,
-// the ratings of each entry under the wording, a list that never ran or stayed empty, and the
-// slider bar above the next item, moved by keys and by a joystick fed through a named pipe.
+// Thought listing, thought rating and on-line rating in a run: entry times, limits, ratings under
+// the wording, missing or empty lists, and the slider moved by keys and a joystick on a pipe.
 #include "devices/joystick.h"
 #include "run_fixture.h"
 #include "state/settings_store.h"
@@ -18,10 +16,6 @@ using namespace corvane;
 using namespace corvane::test;
 
 namespace {
-
-const QString kHeader =
-    "questionnumber,QuestionType,QuestionWording,VariableName,Parameters,WriteData,WriteRT,"
-    "textlabel1,textlabel2,textlabel3,pointlabel1,pointlabel2,pointlabel3,skip1,skip2,skip3\n";
 
 QString Listing(int number, const QString& name, const QString& parameters,
                 const QString& type = "Thought Listing") {
@@ -42,11 +36,12 @@ QString Instruction(int number, const QString& name) {
     return QString("%1,instructions,Watch this.,%2,,yes,yes,,,,,,,none,,\n").arg(number).arg(name);
 }
 
-void WriteMessages(RunFixture& run) {
-    QFile messages(QDir(run.Folder()).filePath("program/styles/messages.txt"));
-    QVERIFY(messages.open(QIODevice::WriteOnly));
-    messages.write("108,Please type a thought first.,\r\n109,Time is up.,\r\n111,Note,\r\n"
-                   "112,Press Enter after each thought.,\r\n");
+// Starts the items with the listing's own messages.
+void Start(RunFixture& run, const QString& rows) {
+    WriteBytes(QDir(run.Folder()).filePath("program/styles/messages.txt"),
+               "108,Please type a thought first.,\r\n109,Time is up.,\r\n111,Note,\r\n"
+               "112,Press Enter after each thought.,\r\n");
+    run.Start(kThreeLabelHeader, rows);
 }
 
 void Key(QWidget* form, Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
@@ -54,17 +49,10 @@ void Key(QWidget* form, Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoMod
     QTest::keyClick(target, key, modifiers);
 }
 
-void Type(QWidget* form, const QString& text) {
+void Type(QWidget* form, const QString& text, Qt::Key end = Qt::Key_unknown) {
     QTest::keyClicks(form->focusWidget() ? form->focusWidget() : form, text);
-}
-
-QWidget* Window(const QString& name) {
-    const auto windows = QApplication::topLevelWidgets();
-    for (QWidget* window : windows) {
-        if (window->objectName() == name && window->isVisible())
-            return window;
-    }
-    return nullptr;
+    if (end != Qt::Key_unknown)
+        Key(form, end);
 }
 
 QByteArray Event(quint8 type, quint8 number, qint16 value) {
@@ -91,15 +79,13 @@ private slots:
 
     void entriesAreTimedFromTheEntryBefore() {
         RunFixture run;
-        WriteMessages(run);
-        run.Start(kHeader, Listing(1, "t", "(n3)") + Instruction(2, "after"));
+        Start(run, Listing(1, "t", "(n3)") + Instruction(2, "after"));
         QWidget* form = run.Form();
         QCOMPARE(form->objectName(), "fThoughtListing");
         QCOMPARE(run.Control<QLabel>("Label1")->text(), "1.");
         QCOMPARE(run.Control<QLabel>("Label2")->text(), "Press Enter after each thought.");
         run.Wait(1200);
-        Type(form, "sunny day");
-        Key(form, Qt::Key_Return);
+        Type(form, "sunny day", Qt::Key_Return);
         QCOMPARE(run.Control<QLabel>("Label1")->text(), "2.");
         QVERIFY(run.Control<QPlainTextEdit>("TextThoughtBox")->toPlainText().isEmpty());
         run.Wait(300);
@@ -107,12 +93,10 @@ private slots:
         QCOMPARE(run.boxes.last().text, "Please type a thought first.");
         QCOMPARE(run.Form(), form);
         run.Wait(500);
-        Type(form, "cold, wet");
-        Key(form, Qt::Key_Escape); // as Enter: the list goes on
+        Type(form, "cold, wet", Qt::Key_Escape); // as Enter: the list goes on
         QCOMPARE(run.Form(), form);
         run.Wait(700);
-        Type(form, "home");
-        Key(form, Qt::Key_Return);
+        Type(form, "home", Qt::Key_Return);
         QCOMPARE(run.Form()->objectName(), "fInstruction");
         const ResponseTables& data = run.state.Responses();
         QCOMPARE(data.Value(1, 1, 1), "sunny day");
@@ -129,15 +113,12 @@ private slots:
 
     void theTimeLimitEndsTheWholeList() {
         RunFixture run;
-        WriteMessages(run);
-        run.Start(kHeader, Listing(1, "t", "(n5,d3)") + Rating(2, "r", "(p3,qt)"));
+        Start(run, Listing(1, "t", "(n5,d3)") + Rating(2, "r", "(p3,qt)"));
         QWidget* form = run.Form();
         run.Wait(1000);
-        Type(form, "one");
-        Key(form, Qt::Key_Return);
+        Type(form, "one", Qt::Key_Return);
         run.Wait(1000);
-        Type(form, "two");
-        Key(form, Qt::Key_Return);
+        Type(form, "two", Qt::Key_Return);
         Type(form, "lost");
         run.Wait(1000); // at 3 s the limit isn't past yet
         QCOMPARE(run.Form(), form);
@@ -152,14 +133,12 @@ private slots:
 
     void aTypingKeepFocusItemTimesTheFirstKey() {
         RunFixture run;
-        WriteMessages(run);
-        run.Start(kHeader, Listing(1, "t", "(n2,k1)") + Instruction(2, "after"));
+        Start(run, Listing(1, "t", "(n2,k1)") + Instruction(2, "after"));
         QWidget* form = run.Form();
         run.Wait(400);
         Type(form, "a");
         run.Wait(900);
-        Type(form, "b");
-        Key(form, Qt::Key_Return);
+        Type(form, "b", Qt::Key_Return);
         run.Wait(250);
         Type(form, "c");
         run.Wait(100);
@@ -170,15 +149,13 @@ private slots:
 
     void eachThoughtIsRatedUnderTheWording() {
         RunFixture run;
-        WriteMessages(run);
-        run.Start(kHeader, Listing(1, "t", "(n10)") +
-                               Rating(2, "r", "(p3,qt)", "How good is it?", "none,none,end") +
-                               Rating(3, "alone", "(p3,qt)", "None") + Instruction(4, "end"));
+        Start(run, Listing(1, "t", "(n10)") +
+                       Rating(2, "r", "(p3,qt)", "How good is it?", "none,none,end") +
+                       Rating(3, "alone", "(p3,qt)", "None") + Instruction(4, "end"));
         QWidget* form = run.Form();
         for (const char* thought : {"rain", "tea"}) {
             run.Wait(200);
-            Type(form, thought);
-            Key(form, Qt::Key_Return);
+            Type(form, thought, Qt::Key_Return);
         }
         Key(form, Qt::Key_Return); // empty: the list stays at two
         Key(form, Qt::Key_Escape);
@@ -208,10 +185,9 @@ private slots:
 
     void aListThatNeverRanIsToldAndPassedOver() {
         RunFixture run;
-        WriteMessages(run);
         // A listing further down passes the loader's check of the name.
-        run.Start(kHeader, Rating(1, "r", "(p3,qmissing)") + Instruction(2, "after") +
-                               Listing(3, "missing", "(n1)"));
+        Start(run, Rating(1, "r", "(p3,qmissing)") + Instruction(2, "after") +
+                       Listing(3, "missing", "(n1)"));
         QCOMPARE(run.Form()->objectName(), "fInstruction");
         QCOMPARE(run.boxes.last().text,
                  "In questionnaire q.que, the variable missing is to be rated by the subject.  "
@@ -220,9 +196,8 @@ private slots:
 
     void anEmptyListIsPassedOverInSilence() {
         RunFixture run;
-        WriteMessages(run);
-        run.Start(kHeader,
-                  Listing(1, "t", "(n3,d1)") + Rating(2, "r", "(p3,qt)") + Instruction(3, "after"));
+        Start(run,
+              Listing(1, "t", "(n3,d1)") + Rating(2, "r", "(p3,qt)") + Instruction(3, "after"));
         const qsizetype before = run.boxes.size();
         run.Wait(2000);
         QCOMPARE(run.Form()->objectName(), "fInstruction");
@@ -232,12 +207,10 @@ private slots:
 
     void theBarStaysOverTheNextItemOnlyAndMovesByKeys() {
         RunFixture run;
-        WriteMessages(run);
-        run.Start(
-            kHeader,
-            "1,On-Line Rating,Rate as you watch,mood,(p3),yes,yes,sad,,happy,-1,0,1,none,,\n" +
-                Instruction(2, "movie") + Instruction(3, "after"));
-        QWidget* bar = Window("fOnLine");
+        Start(run,
+              "1,On-Line Rating,Rate as you watch,mood,(p3),yes,yes,sad,,happy,-1,0,1,none,,\n" +
+                  Instruction(2, "movie") + Instruction(3, "after"));
+        QWidget* bar = VisibleWindow("fOnLine");
         QVERIFY(bar);
         QCOMPARE(run.Form()->objectName(), "fInstruction");
         QVERIFY(run.boxes.last().text.startsWith("No joystick can be read for the on-line rating "
@@ -256,7 +229,7 @@ private slots:
         QTest::keyClick(run.Form(), Qt::Key_Space); // the instruction's Continue
         QCOMPARE(run.Form()->objectName(), "fInstruction");
         QApplication::processEvents();
-        QVERIFY(!Window("fOnLine"));
+        QVERIFY(!VisibleWindow("fOnLine"));
         // 2.5 s: bin 1 (0.6 to 1.4 s) holds 100, bin 2 (1.5 to 2.5 s) 120; bin 0, the first half
         // second, isn't written.
         const QByteArray row = [&] {
@@ -285,11 +258,9 @@ private slots:
         // The driver's report on opening: centred.
         QVERIFY(send(Event(0x82, 0, 0) + Event(0x82, 1, 0)));
         RunFixture run;
-        WriteMessages(run);
-        run.Start(kHeader,
-                  "1,On-Line Rating,Rate as you watch,mood,(p5),yes,yes,,,,1,2,3,none,,\n" +
-                      Instruction(2, "movie") + Instruction(3, "after"));
-        QWidget* bar = Window("fOnLine");
+        Start(run, "1,On-Line Rating,Rate as you watch,mood,(p5),yes,yes,,,,1,2,3,none,,\n" +
+                       Instruction(2, "movie") + Instruction(3, "after"));
+        QWidget* bar = VisibleWindow("fOnLine");
         QVERIFY(bar);
         auto* slider = bar->findChild<QSlider*>("Slider1");
         run.Wait(100);

@@ -1,13 +1,11 @@
-// The voice key on the real input path: Qt Multimedia records from a private PulseAudio while
-// paplay plays a tone into it. The onset the key puts on the run clock must follow the moment
-// the tone was sent to the server, never come before it, whatever the blocks' delays.
+// The voice key through a private sound server: the onset on the run clock follows the moment
+// the tone was sent, never precedes it, whatever the blocks' delays.
 #include "../run/private_sound_server.h"
 #include "devices/clAudioRT.h"
 #include "output/wave_file.h"
 #include "state/run_state.h"
 #include "state/settings_store.h"
 
-#include <QElapsedTimer>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -57,10 +55,7 @@ private slots:
         QProcess player;
         const qint64 sentUs = state.Clock().NowMicroseconds();
         m_server->Play(player, wave);
-        QElapsedTimer waited;
-        waited.start();
-        while (!key.OnsetUs() && waited.elapsed() < 5000)
-            QTest::qWait(10);
+        (void)QTest::qWaitFor([&] { return key.OnsetUs().has_value(); }, 5000);
         QTest::qWait(200);
         QVERIFY(player.waitForFinished(10000));
         const qint32 voiceTime = key.Stop();
@@ -68,9 +63,8 @@ private slots:
         QVERIFY2(onsetUs, "the key never heard the tone");
         const double toneSentUs = double(sentUs) + 200000.0;
         const double lateMs = (*onsetUs - toneSentUs) / 1000.0;
-        // The tone can't be heard before paplay has it. How much later depends on paplay's
-        // start, the server's buffers and the machine's load (the benchmark measures it); a map
-        // that put the stream's first sample at the start of listening would come out early.
+        // Never before paplay has the tone (a map from the start of listening would be early);
+        // how much later depends on the machine's load.
         QVERIFY2(lateMs >= 0 && lateMs < 5000,
                  qPrintable(QString("onset %1 ms after the tone was sent").arg(lateMs)));
         QCOMPARE(voiceTime, qint32(std::llround((*onsetUs - double(key.StartUs())) / 1000.0)));

@@ -1,7 +1,5 @@
-// Web pages in the forms, with the real web engine: the toolbar that browser.txt switches on, a
-// page served over HTTP that a tracker leaves by a link, a label of an item form that names a
-// page, pages that fail to load, file addresses outside the experiment's folder, a browser log
-// that can't be written, and the launcher's question before an outside program starts.
+// Web pages with the real web engine: the toolbar of browser.txt, a tracker over HTTP, a label
+// naming a page, pages that fail, files outside the folder, an unwritable log, programs started.
 #include "../run/web_test_support.h"
 #include "engine/navigation_bar.h"
 #include "engine/web_pages.h"
@@ -27,10 +25,14 @@ const QString kItems = "questionnumber,QuestionType,QuestionWording,VariableName
 // An item after those under test, so that the run, and its tables, are still there.
 const QString kLast = "9,instructions,The end,last,,,yes,yes,,,,\n";
 
-void WriteText(const QString& path, const QByteArray& text) {
-    QFile file(path);
-    if (file.open(QIODevice::WriteOnly | QIODevice::Truncate))
-        file.write(text);
+void Continue(QWidget* form) {
+    form->findChild<QPushButton*>("Continue")->click();
+    QApplication::processEvents();
+}
+
+void WriteProgram(const QString& path, const QByteArray& text) {
+    WriteBytes(path, text);
+    QFile::setPermissions(path, QFile::permissions(path) | QFileDevice::ExeOwner);
 }
 
 // Waits, in real time, until the view has loaded a page that isn't loading any more.
@@ -79,13 +81,6 @@ QList<MessageBox> OwnBoxesOf(const QList<MessageBox>& boxes) {
             own << box;
     }
     return own;
-}
-
-QStringList OwnBoxes(const QList<MessageBox>& boxes) {
-    QStringList texts;
-    for (const MessageBox& box : OwnBoxesOf(boxes))
-        texts << box.text;
-    return texts;
 }
 
 } // namespace
@@ -139,14 +134,13 @@ private slots:
         RunFixture run;
         FolderServer server(run.Folder());
         QVERIFY(server.Start());
-        WriteText(run.Folder() + "/browser.txt", "back true\nforward false\nhome, refresh: true\n");
-        WriteText(run.Folder() + "/one.htm",
-                  "<html><body><a id='next' href='two.htm'>on</a></body></html>");
-        WriteText(run.Folder() + "/two.htm", "<html><body>two</body></html>");
-        MakeDefinition(run.Folder(), "q.que",
-                       kItems + "1,webtracker,none,web," + server.Address("one.htm") +
-                           ",,yes,yes,,,,\n" + kLast);
-        run.Open("Condition,position,file,Parameters\na,1,q.que,\n");
+        WriteBytes(run.Folder() + "/browser.txt",
+                   "back true\nforward false\nhome, refresh: true\n");
+        WriteBytes(run.Folder() + "/one.htm",
+                   "<html><body><a id='next' href='two.htm'>on</a></body></html>");
+        WriteBytes(run.Folder() + "/two.htm", "<html><body>two</body></html>");
+        run.Start(kItems,
+                  "1,webtracker,none,web," + server.Address("one.htm") + ",,yes,yes,,,,\n" + kLast);
 
         auto* form = qobject_cast<fHtml*>(run.Form());
         QVERIFY(form);
@@ -166,8 +160,7 @@ private slots:
         RunScript(form->WebBrowser1, "document.getElementById('next').click()");
         QVERIFY(loaded.wait(20000));
         run.Wait(1500);
-        form->findChild<QPushButton*>("Continue")->click();
-        QApplication::processEvents();
+        Continue(form);
 
         const QList<QByteArray> rows = ReadAll(run.Folder() + "/data/web.txt").split('\n');
         QCOMPARE(rows.size(), 4);
@@ -185,8 +178,9 @@ private slots:
     // A label whose text names a page becomes a web view of that page, in the label's place.
     void labelNamingAPageShowsIt() {
         RunFixture run;
-        WriteText(run.Folder() + "/label.htm",
-                  "<html><head><title>the label page</title></head><body>in a label</body></html>");
+        WriteBytes(
+            run.Folder() + "/label.htm",
+            "<html><head><title>the label page</title></head><body>in a label</body></html>");
         run.Start(kItems, "1,scale response,Which?,q1,,(p2),yes,yes,label.htm,b,1,2\n" + kLast);
         QWidget* form = run.Form();
         QVERIFY(form);
@@ -221,16 +215,13 @@ private slots:
         FolderServer server(run.Folder());
         QVERIFY(server.Start());
         page.replace("{server}", server.Address(""));
-        MakeDefinition(run.Folder(), "q.que",
-                       kItems + "1,html,none,web," + page + ",,yes,yes,,,,\n" + kLast);
-        run.Open("Condition,position,file,Parameters\na,1,q.que,\n");
+        run.Start(kItems, "1,html,none,web," + page + ",,yes,yes,,,,\n" + kLast);
         auto* form = qobject_cast<fHtml*>(run.Form());
         QVERIFY(form);
         QTest::qWait(1500);
-        QCOMPARE(OwnBoxes(run.boxes), QStringList{});
+        QVERIFY2(OwnBoxesOf(run.boxes).isEmpty(), qPrintable(OwnBoxesOf(run.boxes).value(0).text));
         run.Wait(800);
-        form->findChild<QPushButton*>("Continue")->click();
-        QApplication::processEvents();
+        Continue(form);
         QCOMPARE(run.state.Responses().Value(1, 1, 1), QString("ok"));
         QCOMPARE(run.state.Responses().Time(1, 1, 1), 800);
     }
@@ -239,24 +230,21 @@ private slots:
     // folder links to outside it.
     void filesOutsideTheFolderAreNotShown() {
         QTemporaryDir outside;
-        WriteText(outside.filePath("secret.htm"),
-                  "<html><head><title>secret</title></head><body>secret</body></html>");
+        WriteBytes(outside.filePath("secret.htm"),
+                   "<html><head><title>secret</title></head><body>secret</body></html>");
         RunFixture run;
-        WriteText(run.Folder() + "/in.htm", "<html><head><title>inside</title></head><body>"
-                                            "<a id='out' href='file://" +
-                                                QFile::encodeName(outside.filePath("secret.htm")) +
-                                                "'>out</a></body></html>");
-        MakeDefinition(run.Folder(), "q.que",
-                       kItems + "1,html,none,a," + outside.filePath("secret.htm") +
-                           ",,yes,yes,,,,\n2,html,none,b,in.htm,,yes,yes,,,,\n" + kLast);
-        run.Open("Condition,position,file,Parameters\na,1,q.que,\n");
+        WriteBytes(run.Folder() + "/in.htm", "<html><head><title>inside</title></head><body>"
+                                             "<a id='out' href='file://" +
+                                                 QFile::encodeName(outside.filePath("secret.htm")) +
+                                                 "'>out</a></body></html>");
+        run.Start(kItems, "1,html,none,a," + outside.filePath("secret.htm") +
+                              ",,yes,yes,,,,\n2,html,none,b,in.htm,,yes,yes,,,,\n" + kLast);
         auto* form = qobject_cast<fHtml*>(run.Form());
         QVERIFY(form);
         QTest::qWait(1500);
         QVERIFY(RunScript(form->WebBrowser1, "document.title").toString() != "secret");
         run.Wait(500);
-        form->findChild<QPushButton*>("Continue")->click();
-        QApplication::processEvents();
+        Continue(form);
         form = qobject_cast<fHtml*>(run.Form());
         QVERIFY(form);
         QVERIFY(Loaded(form->WebBrowser1));
@@ -270,18 +258,15 @@ private slots:
     // kept in the program's own data folder.
     void logThatCantBeWrittenKeepsItsRows() {
         RunFixture run;
-        WriteText(run.Folder() + "/p.htm", "<html><body>p</body></html>");
+        WriteBytes(run.Folder() + "/p.htm", "<html><body>p</body></html>");
         // A folder where the log should be: it can be neither read nor written.
         QDir().mkpath(run.Folder() + "/data/web.txt");
-        MakeDefinition(run.Folder(), "q.que",
-                       kItems + "1,webtracker,none,web,p.htm,,yes,yes,,,,\n" + kLast);
-        run.Open("Condition,position,file,Parameters\na,1,q.que,\n");
+        run.Start(kItems, "1,webtracker,none,web,p.htm,,yes,yes,,,,\n" + kLast);
         auto* form = qobject_cast<fHtml*>(run.Form());
         QVERIFY(form);
         QVERIFY(Loaded(form->WebBrowser1));
         run.Wait(2000);
-        form->findChild<QPushButton*>("Continue")->click();
-        QApplication::processEvents();
+        Continue(form);
         const QString log = run.Folder() + "/data/web.txt";
         const QList<MessageBox> boxes = OwnBoxesOf(run.boxes);
         QCOMPARE(boxes.size(), 3);
@@ -304,11 +289,8 @@ private slots:
         QList<BoxAnswer> answers{BoxAnswer::No, BoxAnswer::Yes};
         run.state.SetBoxes(std::make_unique<AnsweringBoxes>(&shown, &answers));
         const QString marker = run.Folder() + "/started";
-        WriteText(run.Folder() + "/mark.sh",
-                  "#!/bin/sh\ntouch '" + QFile::encodeName(marker) + "'\n");
-        QFile::setPermissions(run.Folder() + "/mark.sh",
-                              QFile::permissions(run.Folder() + "/mark.sh") |
-                                  QFileDevice::ExeOwner);
+        WriteProgram(run.Folder() + "/mark.sh",
+                     "#!/bin/sh\ntouch '" + QFile::encodeName(marker) + "'\n");
         run.Start(kItems, "1,executable,none,p1,mark.sh,,yes,yes,,,,\n"
                           "2,executable,none,p2,mark.sh,,yes,yes,,,,\n"
                           "3,executable,none,p3,mark.sh,,yes,yes,,,,\n" +
@@ -321,8 +303,7 @@ private slots:
         QCOMPARE(shown.size(), 2);
         QTRY_VERIFY(QFile::exists(marker));
         run.Wait(5000);
-        qobject_cast<ItemForm*>(run.Form())->findChild<QPushButton*>("Continue")->click();
-        QApplication::processEvents();
+        Continue(run.Form());
         // p3: remembered, started without a question.
         QCOMPARE(shown.size(), 2);
         QCOMPARE(run.state.Responses().Value(1, 1, 1), QString());
@@ -355,11 +336,10 @@ private slots:
         QList<BoxAnswer> answers{BoxAnswer::Yes};
         run.state.SetBoxes(std::make_unique<AnsweringBoxes>(&shown, &answers));
         const QString path = run.Folder() + "/" + file;
-        if (!content.isEmpty()) {
-            WriteText(path, content);
-            if (runBit)
-                QFile::setPermissions(path, QFile::permissions(path) | QFileDevice::ExeOwner);
-        }
+        if (runBit)
+            WriteProgram(path, content);
+        else if (!content.isEmpty())
+            WriteBytes(path, content);
         run.Start(kItems, "1,executable,none,p1," + file + ",,yes,yes,,,,\n" + kLast);
         QList<MessageBox> told = OwnBoxesOf(shown);
         if (!told.isEmpty() && told[0].title == "Start a program?")

@@ -13,10 +13,6 @@ using namespace corvane::test;
 
 namespace {
 
-const QString kHeader =
-    "questionnumber,QuestionType,QuestionWording,VariableName,Parameters,WriteData,WriteRT,"
-    "textlabel1,textlabel2,textlabel3,pointlabel1,pointlabel2,pointlabel3,skip1,skip2,skip3\n";
-
 QString Scale(int number, const QString& name, const QString& wording,
               const QString& skips = "none,none,none") {
     return QString("%1,scale response,%2,%3,(p3),yes,yes,a,b,c,1,2,3,%4\n")
@@ -79,7 +75,7 @@ private slots:
         WithDefaultPreferences();
         const QString problem = MakeWorkbook(run.Folder() + "/responses.xls", kSheet);
         QVERIFY2(problem.isEmpty(), qPrintable(problem));
-        run.Start(kHeader, kItems);
+        run.Start(kThreeLabelHeader, kItems);
         QVERIFY2(run.boxes.isEmpty(), qPrintable(run.boxes.value(0).text));
         QCOMPARE(Wording(run), QStringLiteral("How much energy?"));
         Answer(run, Qt::Key_2);
@@ -97,7 +93,7 @@ private slots:
     void withoutWorkbookTheRunGoesOn() {
         RunFixture run;
         WithDefaultPreferences();
-        run.Start(kHeader, kItems);
+        run.Start(kThreeLabelHeader, kItems);
         QVERIFY2(run.boxes.size() == 1, qPrintable(run.boxes.value(0).text));
         QVERIFY2(run.boxes[0].text.startsWith("The responses workbook '" + run.Folder() +
                                               "/responses.xls' is off for this run: there is no "

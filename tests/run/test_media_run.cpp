@@ -1,7 +1,5 @@
-// Unattended runs of the real program with media in the file list and as items: a picture, a
-// tone, a film and a document (converted by the real office program at load) on the offscreen
-// platform, and slide shows shown by the real office program under a private X server and ended
-// there by keys. The data hold "ok" with plausible times, and the order log every entry.
+// Unattended runs with media in the list and as items (offscreen), and slide shows shown by the
+// real office program under a private X server and ended there by keys; data and order log checked.
 #include "definition_fixtures.h"
 #include "forms/media_files.h"
 #include "private_x_server.h"
@@ -62,32 +60,28 @@ class TestMediaRun : public QObject {
 
     QProcessEnvironment X() const { return m_x.Environment(); }
 
+    // xdotool on the private server: its output, or its error when it failed.
+    bool Xdotool(const QStringList& arguments, QString* said) {
+        QProcess tool;
+        tool.setProcessEnvironment(X());
+        tool.start("xdotool", arguments);
+        const bool ok = tool.waitForFinished(10000) && tool.exitCode() == 0;
+        *said =
+            QString::fromLocal8Bit(ok ? tool.readAllStandardOutput() : tool.readAllStandardError())
+                .trimmed();
+        return ok;
+    }
+
     // The window of a running show, once it is there; empty after `ms`.
     QString ShowWindow(int ms) {
         QElapsedTimer waited;
         waited.start();
-        while (waited.elapsed() < ms) {
-            QProcess search;
-            search.setProcessEnvironment(X());
-            search.start("xdotool", {"search", "--onlyvisible", "--name", "^Presenting"});
-            search.waitForFinished(10000);
-            const QString found = QString::fromLatin1(search.readAllStandardOutput()).trimmed();
-            if (!found.isEmpty())
-                return found.split('\n').first();
+        QString found;
+        bool shown = false;
+        while (!(shown = Xdotool({"search", "--onlyvisible", "--name", "^Presenting"}, &found)) &&
+               waited.elapsed() < ms)
             QThread::msleep(500);
-        }
-        return {};
-    }
-
-    // Gives the show the keyboard and ends it with Escape, as an operator would.
-    QString EndShowByKey(const QString& window) {
-        QProcess key;
-        key.setProcessEnvironment(X());
-        key.start("xdotool", {"windowfocus", "--sync", window, "key", "Escape"});
-        if (!key.waitForFinished(10000) || key.exitCode() != 0)
-            return "xdotool could not press Escape: " +
-                   QString::fromLocal8Bit(key.readAllStandardError());
-        return {};
+        return shown ? found.split('\n').first() : QString();
     }
 
 private slots:
@@ -159,8 +153,10 @@ private slots:
             QThread::msleep(1500);
             // The run waits for the show: its data aren't written yet.
             QVERIFY(!QFile::exists(dir.filePath("data/byquestionnaire/e.txt")));
-            const QString why = EndShowByKey(window);
-            QVERIFY2(why.isEmpty(), qPrintable(why));
+            // Gives the show the keyboard and ends it with Escape, as an operator would.
+            QString why;
+            QVERIFY2(Xdotool({"windowfocus", "--sync", window, "key", "Escape"}, &why),
+                     qPrintable(why));
             // Gone before the next one is looked for.
             QElapsedTimer gone;
             gone.start();

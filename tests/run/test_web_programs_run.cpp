@@ -1,9 +1,5 @@
-// Web pages and outside programs in unattended runs of the real program: a web page of the list
-// served over HTTP, a tracker that visits three local pages, a scale item whose label is a page,
-// a program that ends at once, a reaction-time session whose launcher reports back through the
-// settings, an Inquisit session and a program that outlives its limit, all with stand-in programs
-// that the test writes. The browser log is compared byte for byte, its times of day fixed by the
-// virtual clock and the run's wall-clock start.
+// Web pages and stand-in outside programs in unattended runs; the browser log byte for byte, its
+// times of day fixed by the virtual clock and the given wall-clock start.
 #include "definition_fixtures.h"
 #include "web_test_support.h"
 
@@ -47,6 +43,10 @@ void MakeExperiment(const QTemporaryDir& dir, const FolderServer& server) {
     const QByteArray bin = QFile::encodeName(dir.filePath("bin"));
     WriteBytes(dir.filePath("config/Corvane/Corvane.ini"),
                "[AppPaths]\ntachyra.exe=" + bin + "\ninquisit.exe=" + bin + "\n");
+}
+
+QList<QByteArray> Lines(const QTemporaryDir& dir, const QString& file) {
+    return ReadAll(dir.filePath(file)).split('\n');
 }
 
 // Runs the experiment unattended while the test's own loop serves the pages.
@@ -97,19 +97,15 @@ private slots:
         QVERIFY2(log == expected,
                  ("browser log:\n" + log + "\nexpected:\n" + expected).constData());
 
-        const QList<QByteArray> data =
-            ReadAll(dir.filePath("data/byquestionnaire/e.txt")).split('\n');
+        const QList<QByteArray> data = Lines(dir, "data/byquestionnaire/e.txt");
         QVERIFY(data.size() >= 4);
-        // The tracker's time runs to its Continue; the program's first Continue came within five
-        // seconds and was ignored; the session ended at the first reading of the setting after
-        // its launcher cleared it, two seconds in; Inquisit's time counts from its form's start,
-        // including the rest of the script's wait that the session's end fell into; the limit
-        // ends the sleeper at the first tick past five seconds.
+        // Tracker to its Continue; the program's early Continue ignored; the session at the first
+        // reading after its launcher cleared it; Inquisit from its form's start; the sleeper's
+        // limit.
         QCOMPARE(data[2], "ok,1,ok,ok,ok,ok\r");
         QCOMPARE(data[3], "9700,700,6000,2000,11100,6000\r");
 
-        const QList<QByteArray> order =
-            ReadAll(dir.filePath("data/byquestionnaire/question_order.csv")).split('\n');
+        const QList<QByteArray> order = Lines(dir, "data/byquestionnaire/question_order.csv");
         QVERIFY(order.size() >= 2);
         QVERIFY2(order[0].endsWith("," + server.Address("intro.htm").toUtf8() + ",q.que\r"),
                  order[0].constData());
@@ -128,7 +124,7 @@ private slots:
         MakeExperiment(dir, server);
         QCOMPARE(Run(dir, {}), 0);
         QVERIFY(!QFile::exists(dir.filePath("programs.log")));
-        const QList<QByteArray> messages = ReadAll(dir.filePath("messages.log")).split('\n');
+        const QList<QByteArray> messages = Lines(dir, "messages.log");
         QVERIFY(messages.size() >= 5);
         for (int n = 0; n < 4; ++n) {
             QVERIFY2(messages[n].startsWith("Program not started\tThe experiment file '"),
@@ -138,8 +134,7 @@ private slots:
         }
         QVERIFY(messages[0].contains("quick.sh hello"));
         // Nothing is stored for the items whose programs did not start.
-        const QList<QByteArray> data =
-            ReadAll(dir.filePath("data/byquestionnaire/e.txt")).split('\n');
+        const QList<QByteArray> data = Lines(dir, "data/byquestionnaire/e.txt");
         QVERIFY(data.size() >= 4);
         QCOMPARE(data[2], "ok,1,99,99,99,99\r");
     }
