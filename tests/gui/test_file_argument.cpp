@@ -1,6 +1,5 @@
-// A file handed to the program by the file manager or on its command line: a file that can't
-// be opened is told in a box (recorded here through the box seam) and on standard error, and
-// the launcher gets nothing to open.
+// A file handed over by the file manager or command line that can't be opened is told in a box
+// and on standard error, and the launcher gets nothing.
 #include "definition_fixtures.h"
 #include "launcher/file_argument.h"
 #include "recording_boxes.h"

@@ -1,6 +1,5 @@
-// The launcher driven in-process on the offscreen platform: its menus, the list of recent
-// experiments, the settings it keeps, and a run started from its menus. Files are chosen and
-// the desktop is reached through test seams; boxes are recorded.
+// The launcher in-process: menus, recent experiments, settings, runs started from it. Dialogs,
+// desktop and boxes go through test seams.
 #include "definition_fixtures.h"
 #include "definitions/definition_writer.h"
 #include "engine/fCodes.h"
@@ -292,31 +291,33 @@ private slots:
         QCOMPARE(m_state->ExperimentFileName, QString("y.exp"));
     }
 
-    void aVanishedRecentExperimentIsTold() {
-        const QString gone = m_dir->filePath("gone.exp");
-        WriteBytes(RecentExperimentsFile(), (gone + "\r\n").toLocal8Bit());
-        Start();
-        Action("mRunAgain(1)")->trigger();
-        QCOMPARE(m_boxes.size(), 1);
-        QCOMPARE(m_boxes.front().text,
-                 QString("The requested experiment does not appear to exist any longer in the "
-                         "given location. Use the 'Select and run experiment' command to find "
-                         "and run the experiment."));
-        QVERIFY(!VisibleSubjectForm());
-        QCOMPARE(FileLines(RecentExperimentsFile()), QStringList{gone});
+    void aRunIsRefusedInABox_data() {
+        QTest::addColumn<bool>("slideShow");
+        QTest::addColumn<QString>("message");
+        QTest::newRow("a vanished recent experiment")
+            << false
+            << "The requested experiment does not appear to exist any longer in the given "
+               "location. Use the 'Select and run experiment' command to find and run the "
+               "experiment.";
+        QTest::newRow("a slide show program running")
+            << true
+            << "PowerPoint appears to be running.  Please close it before starting the "
+               "experiment.";
     }
-
-    void aRunningSlideShowProgramStopsTheRun() {
-        const QString e = Experiment("e.exp");
-        m_desktop.slideShow = true;
+    void aRunIsRefusedInABox() {
+        QFETCH(bool, slideShow);
+        m_desktop.slideShow = slideShow;
+        const QString path = slideShow ? Experiment("e.exp") : m_dir->filePath("gone.exp");
+        if (!slideShow)
+            WriteBytes(RecentExperimentsFile(), (path + "\r\n").toLocal8Bit());
         Start();
-        m_dialogs.answers << e;
-        Action("mRunExperiment")->trigger();
+        m_dialogs.answers << path;
+        Action(slideShow ? "mRunExperiment" : "mRunAgain(1)")->trigger();
         QCOMPARE(m_boxes.size(), 1);
-        QCOMPARE(m_boxes.front().text, QString("PowerPoint appears to be running.  Please close "
-                                               "it before starting the experiment."));
+        QTEST(m_boxes.front().text, "message");
         QVERIFY(!VisibleSubjectForm());
-        QCOMPARE(FileLines(RecentExperimentsFile()), QStringList{e}); // written before the probe
+        // Kept in the list; a slide show is looked for after the list is written.
+        QCOMPARE(FileLines(RecentExperimentsFile()), QStringList{path});
     }
 
     void muteAndCharacterSetAreSaved() {
