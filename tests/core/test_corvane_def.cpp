@@ -593,32 +593,22 @@ private slots:
     void usageErrorsExitWith64_data() {
         QTest::addColumn<QString>("words");
         QTest::addColumn<QString>("problem"); // the first line on standard error
-        QTest::newRow("nothing") << ""
-                                 << "a command is needed";
-        QTest::newRow("unknown command") << "frobnicate a.que"
-                                         << "unknown command 'frobnicate'";
-        QTest::newRow("create, no csv") << "create a.que"
-                                        << "create takes OUT and FROM.csv";
-        QTest::newRow("create, --version alone") << "create a.que a.csv --version"
-                                                 << "--version needs a value: a number or none";
-        QTest::newRow("create, --version four") << "create a.que a.csv --version four"
-                                                << "--version takes a number or none, not 'four'";
-        QTest::newRow("create, unknown option") << "create a.que a.csv --overwrite"
-                                                << "unknown option '--overwrite'";
-        QTest::newRow("export, no file") << "export"
-                                         << "export takes one FILE";
-        QTest::newRow("export, two files") << "export a.exp b.exp"
-                                           << "export takes one FILE";
-        QTest::newRow("show, no file") << "show"
-                                       << "show takes one FILE.que";
-        QTest::newRow("show, --condition alone") << "show a.que --condition"
-                                                 << "--condition and --seed need a value";
-        QTest::newRow("show, --seed x") << "show a.que --seed x"
-                                        << "--seed takes a whole number, not 'x'";
-        QTest::newRow("check, unknown option") << "check a.exp -q"
-                                               << "unknown option '-q'";
-        QTest::newRow("check, no file") << "check"
-                                        << "check takes one or more experiments or questionnaires";
+        const auto add = [](const char* words, const char* problem) {
+            QTest::newRow(*words ? words : "nothing") << QString(words) << QString(problem);
+        };
+        add("", "a command is needed");
+        add("frobnicate a.que", "unknown command 'frobnicate'");
+        add("create a.que", "create takes OUT and FROM.csv");
+        add("create a.que a.csv --version", "--version needs a value: a number or none");
+        add("create a.que a.csv --version four", "--version takes a number or none, not 'four'");
+        add("create a.que a.csv --overwrite", "unknown option '--overwrite'");
+        add("export", "export takes one FILE");
+        add("export a.exp b.exp", "export takes one FILE");
+        add("show", "show takes one FILE.que");
+        add("show a.que --condition", "--condition and --seed need a value");
+        add("show a.que --seed x", "--seed takes a whole number, not 'x'");
+        add("check a.exp -q", "unknown option '-q'");
+        add("check", "check takes one or more experiments or questionnaires");
     }
     void usageErrorsExitWith64() {
         QFETCH(QString, words);
