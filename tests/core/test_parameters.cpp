@@ -40,8 +40,7 @@ QString Listed(const Question& question) {
     return ListQuestionnaire(state);
 }
 
-// The letters the parameter language acts on, found by trying every printable character on
-// its own with a value that each field would show: a letter counts when the item changes.
+// The letters that change an item when tried alone, out of every printable character.
 QStringList RecognisedLetters() {
     const QString untouched = Listed(WithParameters(QString()));
     QStringList letters;
@@ -108,26 +107,20 @@ private slots:
         QTest::addColumn<QString>("cell");
         QTest::addColumn<QString>("name");
         QTest::addColumn<QStringList>("entries");
-        QTest::newRow("no list") << "picture.bmp"
-                                 << "picture.bmp" << QStringList{};
-        QTest::newRow("no list keeps blanks") << " a b "
-                                              << " a b " << QStringList{};
-        QTest::newRow("list only") << "(l10)"
-                                   << "" << QStringList{"l10"};
-        QTest::newRow("blanks") << "a.bmp (l10 , t 20)"
-                                << "a.bmp" << QStringList{"l10", "t 20"};
-        QTest::newRow("lower case") << "Pic.BMP(L10,X Yes)"
-                                    << "Pic.BMP" << QStringList{"l10", "x yes"};
-        QTest::newRow("inner close dropped") << "x(a)b)"
-                                             << "x" << QStringList{"ab"};
-        QTest::newRow("last open counts") << "f(1)(p5)"
-                                          << "f(1)" << QStringList{"p5"};
-        QTest::newRow("empty entry") << "(a,)"
-                                     << "" << QStringList{"a", ""};
-        QTest::newRow("trailing blank") << "n(p5) "
-                                        << "n" << QStringList{"p5"};
-        QTest::newRow("ten") << "(a,b,c,d,e,f,g,h,i,j)"
-                             << "" << QStringList{"a", "b", "c", "d", "e", "f", "g", "h", "i", "j"};
+        const auto add = [](const char* tag, const char* cell, const char* name,
+                            const QStringList& entries) {
+            QTest::newRow(tag) << QString(cell) << QString(name) << entries;
+        };
+        add("no list", "picture.bmp", "picture.bmp", {});
+        add("no list keeps blanks", " a b ", " a b ", {});
+        add("list only", "(l10)", "", {"l10"});
+        add("blanks", "a.bmp (l10 , t 20)", "a.bmp", {"l10", "t 20"});
+        add("lower case", "Pic.BMP(L10,X Yes)", "Pic.BMP", {"l10", "x yes"});
+        add("inner close dropped", "x(a)b)", "x", {"ab"});
+        add("last open counts", "f(1)(p5)", "f(1)", {"p5"});
+        add("empty entry", "(a,)", "", {"a", ""});
+        add("trailing blank", "n(p5) ", "n", {"p5"});
+        add("ten", "(a,b,c,d,e,f,g,h,i,j)", "", {"a", "b", "c", "d", "e", "f", "g", "h", "i", "j"});
     }
     void extraction() {
         QFETCH(QString, cell);
@@ -232,24 +225,18 @@ private slots:
         QTest::addColumn<QString>("cell");
         QTest::addColumn<QString>("condition");
         QTest::addColumn<int>("omitted");
-        QTest::newRow("listed") << "(a,b)"
-                                << "B" << 1;
-        QTest::newRow("blank is kept") << "(a, b)"
-                                       << "b" << 0;
-        QTest::newRow("first") << "(a,b)"
-                               << "a" << 1;
-        QTest::newRow("not listed") << "(a,b)"
-                                    << "c" << 0;
-        QTest::newRow("too short") << "()"
-                                   << "" << 0;
-        QTest::newRow("no close") << "(a,b"
-                                  << "a" << 0;
-        QTest::newRow("leading blank eats the blank") << " (a,b)"
-                                                      << "a" << 0;
-        QTest::newRow("open joins the name") << " (a,b)"
-                                             << "(a" << 1;
-        QTest::newRow("none") << "none"
-                              << "none" << 0;
+        const auto add = [](const char* tag, const char* cell, const char* condition, int omitted) {
+            QTest::newRow(tag) << QString(cell) << QString(condition) << omitted;
+        };
+        add("listed", "(a,b)", "B", 1);
+        add("blank is kept", "(a, b)", "b", 0);
+        add("first", "(a,b)", "a", 1);
+        add("not listed", "(a,b)", "c", 0);
+        add("too short", "()", "", 0);
+        add("no close", "(a,b", "a", 0);
+        add("leading blank eats the blank", " (a,b)", "a", 0);
+        add("open joins the name", " (a,b)", "(a", 1);
+        add("none", "none", "none", 0);
     }
     void omission() {
         QFETCH(QString, cell);
@@ -258,8 +245,7 @@ private slots:
         QCOMPARE(int(IsOmitted(cell, condition)), omitted);
     }
 
-    // The help page on the parameter language has a row for every letter the reader acts on,
-    // and its example, read as a run reads it, shows what the page says it shows.
+    // Every letter the reader acts on has a help row whose example shows what the row says.
     void theHelpPageDocumentsEveryLetter_data() {
         QTest::addColumn<QString>("letter");
         const QStringList letters = RecognisedLetters();
@@ -285,22 +271,14 @@ private slots:
         QVERIFY2(lines.contains(QStringLiteral("  ") + entry.shows), qPrintable(lines.join('\n')));
     }
 
-    void theHelpPageDocumentsNoOtherLetter() {
+    void theHelpPageDocumentsNoOtherLetterAndTheOthersLinkToIt() {
         const QStringList recognised = RecognisedLetters();
         const QStringList documented = DocumentedLetters().keys();
         QVERIFY(!documented.isEmpty());
         for (const QString& letter : documented)
             QVERIFY2(recognised.contains(letter), qPrintable(letter));
-    }
-
-    void theOtherHelpPagesLinkToIt_data() {
-        QTest::addColumn<QString>("page");
-        QTest::newRow("help topics") << "corvane.html";
-        QTest::newRow("tutorial") << "tutorial.html";
-    }
-    void theOtherHelpPagesLinkToIt() {
-        QFETCH(QString, page);
-        QVERIFY(HelpPage(page).contains(QStringLiteral("href=\"parameters.html")));
+        for (const char* page : {"corvane.html", "tutorial.html"})
+            QVERIFY2(HelpPage(page).contains(QStringLiteral("href=\"parameters.html")), page);
     }
 };
 

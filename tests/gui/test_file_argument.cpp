@@ -1,6 +1,5 @@
-// A file handed to the program by the file manager or on its command line: a file that can't
-// be opened is told in a box (recorded here through the box seam) and on standard error, and
-// the launcher gets nothing to open.
+// A file handed over by the file manager or command line that can't be opened is told in a box
+// and on standard error, and the launcher gets nothing.
 #include "definition_fixtures.h"
 #include "launcher/file_argument.h"
 #include "recording_boxes.h"
@@ -38,22 +37,19 @@ private slots:
     void filesThatCanNotBeOpenedAreToldInABox_data() {
         QTest::addColumn<QString>("argument"); // relative to the test's folder
         QTest::addColumn<QString>("reason");   // empty: the file is opened
-        QTest::newRow("an experiment") << "study.exp" << QString();
-        QTest::newRow("a questionnaire, other letter case") << "ITEMS.QUE" << QString();
-        QTest::newRow("missing") << "gone.exp"
-                                 << "there is no such experiment or questionnaire";
-        QTest::newRow("a folder") << "folder.exp"
-                                  << "it is a folder, not an experiment or questionnaire";
-        QTest::newRow("unreadable") << "locked.exp"
-                                    << "it can not be read (Permission denied)";
-        QTest::newRow("another kind of file")
-            << "notes.txt"
-            << "only experiments (.exp) and questionnaires (.que) are opened";
-        QTest::newRow("no database") << "junk.exp"
-                                     << "it is not an experiment file that can be read: ";
-        QTest::newRow("an experiment named as a questionnaire")
-            << "really-an-experiment.que"
-            << "it is not a questionnaire file that can be read: ";
+        const auto add = [](const char* tag, const char* argument, const char* reason) {
+            QTest::newRow(tag) << QString(argument) << QString(reason);
+        };
+        add("an experiment", "study.exp", "");
+        add("a questionnaire, other letter case", "ITEMS.QUE", "");
+        add("missing", "gone.exp", "there is no such experiment or questionnaire");
+        add("a folder", "folder.exp", "it is a folder, not an experiment or questionnaire");
+        add("unreadable", "locked.exp", "it can not be read (Permission denied)");
+        add("another kind of file", "notes.txt",
+            "only experiments (.exp) and questionnaires (.que) are opened");
+        add("no database", "junk.exp", "it is not an experiment file that can be read: ");
+        add("an experiment named as a questionnaire", "really-an-experiment.que",
+            "it is not a questionnaire file that can be read: ");
     }
     void filesThatCanNotBeOpenedAreToldInABox() {
         QFETCH(QString, argument);

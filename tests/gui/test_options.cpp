@@ -1,6 +1,5 @@
-// The preferences dialog on the offscreen platform: it edits the working copy styles/temp.cvp,
-// changes a file only when the copy is saved over it, and leaves every file alone on Close and
-// on Cancel in its font and colour dialogs. Its dialogs and boxes are answered by test seams.
+// The preferences dialog edits the working copy styles/temp.cvp; other files change only when
+// the copy is saved over them. Its dialogs and boxes are answered by test seams.
 #include "preferences/fOptions.h"
 #include "preferences/load_preferences.h"
 #include "preferences/options_dialogs.h"
@@ -57,6 +56,10 @@ public:
     QList<FileRequest> requests;
 };
 
+const QString kBothKindsFilter =
+    QStringLiteral("Corvane Preference Files (*.cvp)|*.cvp|Corvane QuickStyle (*.cvq)|*.cvq|All "
+                   "files (*.*)|*.*|");
+
 // Every file of a folder with its bytes, to show that nothing changed.
 QMap<QString, QByteArray> Snapshot(const QString& folder, const QStringList& except = {}) {
     QMap<QString, QByteArray> files;
@@ -83,23 +86,6 @@ class TestOptions : public QObject {
     Preferences m_prefs;
     AnsweringOptionsDialogs m_dialogs;
     QList<BoxAnswer> m_answers;
-
-    class AnsweringBoxes : public MessageBoxes {
-    public:
-        AnsweringBoxes(QList<MessageBox>* shown, QList<BoxAnswer>* answers)
-            : m_shown(shown), m_answers(answers) {}
-        BoxAnswer Show(const MessageBox& box) override {
-            m_shown->append(box);
-            return m_answers->isEmpty() ? box.defaultAnswer : m_answers->takeFirst();
-        }
-        std::optional<QString> Input(const QString&, const QString&, const QString&) override {
-            return std::nullopt;
-        }
-
-    private:
-        QList<MessageBox>* m_shown;
-        QList<BoxAnswer>* m_answers;
-    };
 
     QString Styles(const QString& name = QString()) {
         return StylesFolder() + (name.isEmpty() ? QString() : QLatin1Char('/') + name);
@@ -139,7 +125,7 @@ private slots:
         m_answers.clear();
         m_dialogs = AnsweringOptionsDialogs{};
         m_state = std::make_unique<RunState>();
-        m_state->SetBoxes(std::make_unique<AnsweringBoxes>(&m_boxes, &m_answers));
+        m_state->SetBoxes(std::make_unique<RecordingBoxes>(&m_boxes, &m_answers));
         m_prefs = Preferences{};
         m_prefs.PreferenceFileName = "lab.cvp";
         LoadPreferences(*m_state, m_prefs, QString());
@@ -160,13 +146,20 @@ private slots:
                  QColor(0, 0xFF, 0));
     }
 
-    void newQuickStyleLeavesTheOptionTabsOff() {
+    void newQuickStyleLeavesTheOptionTabsOffUntilSavedAsPreferences() {
         auto dialog = Open(true);
         QCOMPARE(dialog->windowTitle(), QStringLiteral("New QuickStyle File"));
         QCOMPARE(dialog->EditedFileName, QStringLiteral("New"));
         auto* tabs = Child<QTabWidget>(dialog.get(), "SSTab1");
         QVERIFY(tabs->isTabEnabled(0));
         QVERIFY(!tabs->isTabEnabled(1) && !tabs->isTabEnabled(2));
+
+        m_dialogs.files << Styles("fromstyle.cvp");
+        dialog->cbSaveAs_Click();
+        QVERIFY(!dialog->QuickStyleMode);
+        QVERIFY(tabs->isTabEnabled(1));
+        QVERIFY(QFile::exists(Styles("fromstyle.cvp")));
+        QCOMPARE(dialog->windowTitle(), QStringLiteral("Option settings for fromstyle.cvp"));
     }
 
     void missingFileInForceCannotBeOpened() {
@@ -232,13 +225,23 @@ private slots:
         QCOMPARE(copy.ForeColors[2], 0xFF0000u); // blue
     }
 
+    void saveAnsweredNoChangesNothing_data() {
+        QTest::addColumn<QString>("file");
+        QTest::addColumn<QString>("question");
+        QTest::newRow("a lab's file") << "lab.cvp"
+                                      << "Save changes to lab.cvp?";
+        QTest::newRow("the default") << "default.cvp"
+                                     << "Save changes to the default preferences file?";
+    }
     void saveAnsweredNoChangesNothing() {
+        QFETCH(QString, file);
+        m_prefs.PreferenceFileName = file;
         auto dialog = Open();
         const auto before = Snapshot(m_dir->path(), {"temp.cvp"});
         Child<QLineEdit>(dialog.get(), "txMachCode")->setText("ZZ");
         m_answers << BoxAnswer::No;
         QTest::mouseClick(Child<QPushButton>(dialog.get(), "cbSave"), Qt::LeftButton);
-        QCOMPARE(m_boxes.last().text, QStringLiteral("Save changes to lab.cvp?"));
+        QTEST(m_boxes.last().text, "question");
         QCOMPARE(Snapshot(m_dir->path(), {"temp.cvp"}), before);
         QCOMPARE(ReadPreferenceRecord(fOptions::TempFile())->MachineCode, QStringLiteral("ZZ"));
     }
@@ -256,15 +259,6 @@ private slots:
         QCOMPARE(applied.size(), 1);
     }
 
-    void saveDefaultAsksInItsOwnWords() {
-        m_prefs.PreferenceFileName = "default.cvp";
-        auto dialog = Open();
-        m_answers << BoxAnswer::No;
-        dialog->cbSave_Click();
-        QCOMPARE(m_boxes.last().text,
-                 QStringLiteral("Save changes to the default preferences file?"));
-    }
-
     void saveAsNewPreferenceFileLeavesTheOneInForce() {
         auto dialog = Open();
         QSignalSpy applied(dialog.get(), &fOptions::PreferencesApplied);
@@ -273,9 +267,7 @@ private slots:
         m_dialogs.files << m_dir->filePath("elsewhere/second.cvp");
         QTest::mouseClick(Child<QPushButton>(dialog.get(), "cbSaveAs"), Qt::LeftButton);
         QCOMPARE(m_dialogs.requests.last().title, QStringLiteral("Save As"));
-        QCOMPARE(m_dialogs.requests.last().filter,
-                 QStringLiteral("Corvane Preference Files (*.cvp)|*.cvp|Corvane QuickStyle "
-                                "(*.cvq)|*.cvq|All files (*.*)|*.*|"));
+        QCOMPARE(m_dialogs.requests.last().filter, kBothKindsFilter);
         QCOMPARE(ReadPreferenceRecord(Styles("second.cvp"))->MachineCode, QStringLiteral("NEW"));
         QVERIFY(!QFile::exists(m_dir->filePath("elsewhere/second.cvp")));
         QCOMPARE(ReadPreferenceRecord(Styles("lab.cvp"))->MachineCode, QStringLiteral("L1"));
@@ -305,35 +297,20 @@ private slots:
         QCOMPARE(ReadPreferenceRecord(Styles("lab.cvp"))->BackColors[2], kDefaultBackColour);
     }
 
-    void saveAsPreferenceFromAQuickStyleTurnsToPreferenceMode() {
-        auto dialog = Open(true);
-        m_dialogs.files << Styles("fromstyle.cvp");
-        dialog->cbSaveAs_Click();
-        QVERIFY(!dialog->QuickStyleMode);
-        QVERIFY(Child<QTabWidget>(dialog.get(), "SSTab1")->isTabEnabled(1));
-        QVERIFY(QFile::exists(Styles("fromstyle.cvp")));
-        QCOMPARE(dialog->windowTitle(), QStringLiteral("Option settings for fromstyle.cvp"));
-    }
-
-    void openRefusesTheWorkingCopy() {
+    void openRefusesTheWorkingCopyAndTurnsToAQuickStyle() {
+        PreferenceRecord style;
+        style.BackColors[1] = 0x0000FF;
+        WritePreferenceFile(Styles("bold.cvq"), style);
         auto dialog = Open();
         m_dialogs.files << Styles("temp.cvp");
         QTest::mouseClick(Child<QPushButton>(dialog.get(), "cbOpen"), Qt::LeftButton);
         QCOMPARE(m_boxes.last().text,
                  QStringLiteral("This is a temporary file and it can not be edited"));
         QCOMPARE(dialog->EditedFileName, QStringLiteral("lab.cvp"));
-    }
 
-    void openAQuickStyleTurnsToQuickStyleMode() {
-        PreferenceRecord style;
-        style.BackColors[1] = 0x0000FF;
-        WritePreferenceFile(Styles("bold.cvq"), style);
-        auto dialog = Open();
         m_dialogs.files << Styles("bold.cvq");
         Child<QAction>(dialog.get(), "mnuOpenPref")->trigger();
-        QCOMPARE(m_dialogs.requests.last().filter,
-                 QStringLiteral("Corvane Preference Files (*.cvp)|*.cvp|Corvane QuickStyle "
-                                "(*.cvq)|*.cvq|All files (*.*)|*.*|"));
+        QCOMPARE(m_dialogs.requests.last().filter, kBothKindsFilter);
         QVERIFY(dialog->QuickStyleMode);
         QCOMPARE(dialog->windowTitle(), QStringLiteral("QuickStyle Settings for bold.cvq"));
         QCOMPARE(ReadPreferenceRecord(fOptions::TempFile())->BackColors[1], 0x0000FFu);

@@ -1,6 +1,5 @@
-// Waiting for the screen on a real X server (a private Xvfb that the test starts): the moment of
-// a drawing is the server's, taken after the drawing is on the screen, however late the program
-// reads it.
+// Waiting for the screen on a private Xvfb: the moment of a drawing is the server's, taken once
+// it is on the screen, however late the program reads it.
 #include "engine/screen_sync.h"
 #include "state/run_clock.h"
 
@@ -35,6 +34,14 @@ quint32 CentrePixel() {
     return pixel & 0xffffff;
 }
 
+bool ShowFullScreen(QWidget& window, Qt::GlobalColor colour) {
+    window.setGeometry(0, 0, 640, 480);
+    window.setAutoFillBackground(true);
+    window.setPalette(QPalette(colour));
+    window.show();
+    return QTest::qWaitForWindowExposed(&window);
+}
+
 } // namespace
 
 class TestScreenSync : public QObject {
@@ -44,11 +51,7 @@ private slots:
 
     void drawingIsOnTheScreenWhenTheWaitReturns() {
         QWidget window;
-        window.setGeometry(0, 0, 640, 480);
-        window.setAutoFillBackground(true);
-        window.setPalette(QPalette(Qt::black));
-        window.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        QVERIFY(ShowFullScreen(window, Qt::black));
         QTRY_COMPARE(CentrePixel(), 0u);
         window.setPalette(QPalette(Qt::white));
         window.repaint();
@@ -59,10 +62,7 @@ private slots:
     void momentIsTheServersEvenWhenTheProgramReadsItLate() {
         SteadyRunClock clock;
         QWidget window;
-        window.setGeometry(0, 0, 640, 480);
-        window.setAutoFillBackground(true);
-        window.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        QVERIFY(ShowFullScreen(window, Qt::black));
         for (int delay : {0, 30}) {
             const qint32 before = clock.Now();
             window.repaint();
