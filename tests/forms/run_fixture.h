@@ -13,6 +13,7 @@
 
 #include <QApplication>
 #include <QLineEdit>
+#include <QTest>
 
 namespace corvane::test {
 
@@ -64,6 +65,12 @@ public:
     }
 
     QWidget* Form() const { return session ? session->CurrentForm() : nullptr; }
+    /// Presses a key, or types text, where the current form has its focus.
+    void Key(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
+        QTest::keyClick(Focus(), key, modifiers);
+    }
+    void Type(const QString& text) { QTest::keyClicks(Focus(), text); }
+    QWidget* Focus() const { return Form()->focusWidget() ? Form()->focusWidget() : Form(); }
     template <typename T = QWidget> T* Control(const QString& name) const {
         return Form() ? Form()->findChild<T*>(name) : nullptr;
     }
