@@ -17,6 +17,15 @@
 
 namespace corvane::test {
 
+/// Adds QtTest rows of text columns: the row's name, then one text for each column.
+template <std::size_t N> void AddTextRows(std::initializer_list<std::array<const char*, N>> rows) {
+    for (const auto& row : rows) {
+        QTestData& data = QTest::newRow(row[0]);
+        for (std::size_t n = 1; n < N; ++n)
+            data << QString::fromUtf8(row[n]);
+    }
+}
+
 class RunFixture {
 public:
     RunFixture() {
