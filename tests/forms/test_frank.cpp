@@ -95,15 +95,13 @@ private slots:
         QTest::addColumn<QString>("question");
         QTest::addColumn<QString>("bottom");
         QTest::addColumn<QString>("top");
-        for (const auto& [wording, question, bottom, top] : std::vector<std::array<const char*, 4>>{
-                 {"Rank them = Least , Most", "Rank them", "Least", "Most"},
-                 {"First, rank=low,high, very", "First, rank", "low", "high, very"},
-                 {"Rank them", "Rank them", "", ""},
-                 {"=low,high", "=low,high", "", ""},
-                 {"Rank=low,", "Rank=low,", "", ""},
-                 {"Rank=low", "Rank=low", "", ""}})
-            QTest::newRow(wording)
-                << QString(wording) << QString(question) << QString(bottom) << QString(top);
+        AddTextRows<5>(
+            {{"anchors", "Rank them = Least , Most", "Rank them", "Least", "Most"},
+             {"comma first", "First, rank=low,high, very", "First, rank", "low", "high, very"},
+             {"no anchors", "Rank them", "Rank them", "", ""},
+             {"equals first", "=low,high", "=low,high", "", ""},
+             {"empty after comma", "Rank=low,", "Rank=low,", "", ""},
+             {"no comma", "Rank=low", "Rank=low", "", ""}});
     }
     void wordingGivesQuestionAndAnchors() {
         QFETCH(QString, wording);

@@ -296,13 +296,11 @@ private slots:
         QTest::addColumn<QString>("parameters");
         QTest::addColumn<QString>("typed");
         QTest::addColumn<QString>("ending");
-        for (const auto& [name, parameters, typed, ending] :
-             std::vector<std::array<const char*, 4>>{{"word, click", "(xgo)", "go", "click"},
-                                                     {"word, Enter", "(xgo)", "go", "enter"},
-                                                     {"key, click", "", "a", "click"},
-                                                     {"key, Space", "", "a", "space"},
-                                                     {"click alone", "", "", "click"}})
-            QTest::newRow(name) << QString(parameters) << QString(typed) << QString(ending);
+        AddTextRows<4>({{"word, click", "(xgo)", "go", "click"},
+                        {"word, Enter", "(xgo)", "go", "enter"},
+                        {"key, click", "", "a", "click"},
+                        {"key, Space", "", "a", "space"},
+                        {"click alone", "", "", "click"}});
     }
     void instructionTimeIsThatOfTheEndingResponse() {
         QFETCH(QString, parameters);

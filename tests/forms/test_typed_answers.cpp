@@ -106,18 +106,15 @@ private slots:
         QTest::addColumn<QString>("parameters");
         QTest::addColumn<QString>("typed");
         QTest::addColumn<QString>("message");
-        for (const auto& [name, parameters, typed, message] :
-             std::vector<std::array<const char*, 4>>{
-                 {"decimal", "(r1-7)", "2.5", "Not a number."},
-                 {"above", "(r1-7)", "8", "From 1 to 7"},
-                 {"lone minus", "(r1-7)", "-", "From 1 to 7"},
-                 {"blanks only", "(r1-7)", "   ", "Empty."},
-                 {"inside", "(r1-7)", "7", ""},
-                 {"negative", "(r-5-5)", "-3", ""},
-                 {"0 to 0 tests nothing", "(r0-0)", "abc", ""},
-                 {"mask date", "(m**-**,r1-31)", "3112", ""},
-                 {"mask date, day", "(m**-**,r1-31)", "3201", "From 1 to 31"}})
-            QTest::newRow(name) << QString(parameters) << QString(typed) << QString(message);
+        AddTextRows<4>({{"decimal", "(r1-7)", "2.5", "Not a number."},
+                        {"above", "(r1-7)", "8", "From 1 to 7"},
+                        {"lone minus", "(r1-7)", "-", "From 1 to 7"},
+                        {"blanks only", "(r1-7)", "   ", "Empty."},
+                        {"inside", "(r1-7)", "7", ""},
+                        {"negative", "(r-5-5)", "-3", ""},
+                        {"0 to 0 tests nothing", "(r0-0)", "abc", ""},
+                        {"mask date", "(m**-**,r1-31)", "3112", ""},
+                        {"mask date, day", "(m**-**,r1-31)", "3201", "From 1 to 31"}});
     }
     void rangeTest() {
         QFETCH(QString, parameters);
