@@ -13,8 +13,18 @@
 
 #include <QApplication>
 #include <QLineEdit>
+#include <QTest>
 
 namespace corvane::test {
+
+/// Adds QtTest rows of text columns: the row's name, then one text for each column.
+template <std::size_t N> void AddTextRows(std::initializer_list<std::array<const char*, N>> rows) {
+    for (const auto& row : rows) {
+        QTestData& data = QTest::newRow(row[0]);
+        for (std::size_t n = 1; n < N; ++n)
+            data << QString::fromUtf8(row[n]);
+    }
+}
 
 class RunFixture {
 public:
@@ -64,6 +74,12 @@ public:
     }
 
     QWidget* Form() const { return session ? session->CurrentForm() : nullptr; }
+    /// Presses a key, or types text, where the current form has its focus.
+    void Key(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
+        QTest::keyClick(Focus(), key, modifiers);
+    }
+    void Type(const QString& text) { QTest::keyClicks(Focus(), text); }
+    QWidget* Focus() const { return Form()->focusWidget() ? Form()->focusWidget() : Form(); }
     template <typename T = QWidget> T* Control(const QString& name) const {
         return Form() ? Form()->findChild<T*>(name) : nullptr;
     }

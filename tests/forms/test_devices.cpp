@@ -1,6 +1,5 @@
-// The devices: port codes and their pulses on the one timer, the parallel port through its driver
-// calls, the routing of addresses to devices, the trigger box and the serial key input on real
-// pseudo-terminals from socat.
+// The devices: port codes and pulses, the parallel port's driver calls, routing, and the trigger
+// box and serial key input on real pseudo-terminals from socat.
 #include "devices/fComPort.h"
 #include "devices/fTTL.h"
 #include "devices/parallel_port.h"
@@ -41,6 +40,22 @@ void WriteFile(const QString& path, const QByteArray& text) {
     QVERIFY(file.open(QIODevice::WriteOnly));
     file.write(text);
 }
+
+// The COM input form with its reports kept; keys go to the taker.
+struct ComInput {
+    explicit ComInput(QWidget* taker = nullptr)
+        : com([this](const QString& text) { reports << text; }, [taker] { return taker; },
+              [this] { return clock.Now(); }) {}
+    // Loads a comport.txt of this text from a folder of its own.
+    bool Load(const QByteArray& text) {
+        WriteFile(dir.filePath("comport.txt"), text);
+        return com.Form_Load(dir.filePath("comport.txt"));
+    }
+    QTemporaryDir dir;
+    QStringList reports;
+    SteadyRunClock clock;
+    fComPort com;
+};
 
 } // namespace
 
@@ -84,23 +99,19 @@ private slots:
         QTest::addColumn<QString>("second");
         QTest::addColumn<std::vector<Write>>("writes");
         QTest::newRow("5 ms pulses in a row")
-            << "888:1:5"
-            << "888:1:5"
+            << QString("888:1:5") << "888:1:5"
             << std::vector<Write>{{0, 888, 1}, {5, 888, 0}, {20, 888, 1}, {25, 888, 0}};
         QTest::newRow("no duration: the value stays")
-            << "888:255:0"
-            << "888:7" << std::vector<Write>{{0, 888, 255}, {20, 888, 7}};
+            << QString("888:255:0") << "888:7" << std::vector<Write>{{0, 888, 255}, {20, 888, 7}};
         QTest::newRow("not a number: the value stays")
-            << "888:3:soon"
-            << "888:4:" << std::vector<Write>{{0, 888, 3}, {20, 888, 4}};
+            << QString("888:3:soon") << "888:4:" << std::vector<Write>{{0, 888, 3}, {20, 888, 4}};
         // Only the last port is kept: the first stays high, the timer ends the second.
         QTest::newRow("last port only")
-            << "888:1:50"
-            << "632:2:10" << std::vector<Write>{{0, 888, 1}, {20, 632, 2}, {30, 632, 0}};
+            << QString("888:1:50") << "632:2:10"
+            << std::vector<Write>{{0, 888, 1}, {20, 632, 2}, {30, 632, 0}};
         // A new pulse takes the timer over: the first one's end never comes.
-        QTest::newRow("one timer")
-            << "888:1:50"
-            << "888:2:40" << std::vector<Write>{{0, 888, 1}, {20, 888, 2}, {60, 888, 0}};
+        QTest::newRow("one timer") << QString("888:1:50") << "888:2:40"
+                                   << std::vector<Write>{{0, 888, 1}, {20, 888, 2}, {60, 888, 0}};
     }
     void pulsesEndByTheOneTimer() {
         QFETCH(QString, first);
@@ -196,14 +207,11 @@ private slots:
         QTest::addColumn<QString>("text");
         QTest::addColumn<QString>("device");
         QTest::addColumn<int>("baud");
-        QTest::newRow("path") << "/dev/ttyACM0"
-                              << "/dev/ttyACM0" << 115200;
-        QTest::newRow("path and speed") << " /dev/ttyUSB1 , 9600"
-                                        << "/dev/ttyUSB1" << 9600;
-        QTest::newRow("bad speed") << "/dev/ttyUSB1,fast"
-                                   << "/dev/ttyUSB1" << 115200;
-        QTest::newRow("none") << ""
-                              << "" << 0;
+        QTest::newRow("path") << "/dev/ttyACM0" << QString("/dev/ttyACM0") << 115200;
+        QTest::newRow("path and speed")
+            << " /dev/ttyUSB1 , 9600" << QString("/dev/ttyUSB1") << 9600;
+        QTest::newRow("bad speed") << "/dev/ttyUSB1,fast" << QString("/dev/ttyUSB1") << 115200;
+        QTest::newRow("none") << QString() << QString() << 0;
     }
     void triggerBoxSettingsAreRead() {
         QFETCH(QString, text);
@@ -376,17 +384,13 @@ private slots:
         if (!pty.Ready())
             QSKIP(qPrintable(pty.Why()));
         QVERIFY(pty.Open());
-        QTemporaryDir dir;
-        WriteFile(dir.filePath("comport.txt"),
-                  "COM\n" + pty.ProgramEnd().toLocal8Bit() + ", 9600, n, 8, 1\ncodes\n1,5\n");
         KeyTaker taker;
-        QStringList reports;
-        SteadyRunClock clock;
-        fComPort com([&](const QString& text) { reports << text; }, [&taker] { return &taker; },
-                     [&clock] { return clock.Now(); });
-        QVERIFY2(com.Form_Load(dir.filePath("comport.txt")), qPrintable(reports.join('\n')));
-        QCOMPARE(com.windowTitle(), "COM INPUT");
-        QVERIFY(!com.isVisible());
+        ComInput input(&taker);
+        QVERIFY2(
+            input.Load("COM\n" + pty.ProgramEnd().toLocal8Bit() + ", 9600, n, 8, 1\ncodes\n1,5\n"),
+            qPrintable(input.reports.join('\n')));
+        QCOMPARE(input.com.windowTitle(), "COM INPUT");
+        QVERIFY(!input.com.isVisible());
         auto send = [&](const QByteArray& bytes) {
             QVERIFY(pty.Write(bytes));
             QTest::qWait(150); // one burst each
@@ -398,7 +402,7 @@ private slots:
         send("27");
         QTRY_COMPARE(taker.keys, (QList<int>{Qt::Key_F5, Qt::Key_F4, Qt::Key_F2}));
         QVERIFY(taker.times[0] != 0);
-        QVERIFY(reports.isEmpty());
+        QVERIFY(input.reports.isEmpty());
     }
 
     void unusableLinesAreReported_data() {
@@ -417,43 +421,32 @@ private slots:
         PtyPair pty;
         if (!pty.Ready())
             QSKIP(qPrintable(pty.Why()));
-        QTemporaryDir dir;
-        WriteFile(dir.filePath("comport.txt"),
-                  "COM\n" + line2.replace("%1", pty.ProgramEnd().toLocal8Bit()) + "\nc\n1,5\n");
-        QStringList reports;
-        SteadyRunClock clock;
-        fComPort com([&](const QString& text) { reports << text; }, [] { return nullptr; },
-                     [&clock] { return clock.Now(); });
-        QVERIFY(!com.Form_Load(dir.filePath("comport.txt")));
-        QVERIFY(!com.PortOpen());
-        QCOMPARE(reports.size(), 1);
+        ComInput input;
+        QVERIFY(!input.Load("COM\n" + line2.replace("%1", pty.ProgramEnd().toLocal8Bit()) +
+                            "\nc\n1,5\n"));
+        QVERIFY(!input.com.PortOpen());
+        QCOMPARE(input.reports.size(), 1);
         QFETCH(QString, said);
-        QVERIFY2(reports[0].contains(said), qPrintable(reports[0]));
-        QVERIFY(reports[0].contains("The keyboard works as usual"));
+        QVERIFY2(input.reports[0].contains(said), qPrintable(input.reports[0]));
+        QVERIFY(input.reports[0].contains("The keyboard works as usual"));
     }
 
     // The device end goes away in the middle of a run: said once, no crash, no more keys.
     void aLineThatGoesIsReported() {
-        QStringList reports;
         KeyTaker taker;
-        QTemporaryDir dir;
-        SteadyRunClock clock;
-        fComPort com([&](const QString& text) { reports << text; }, [&taker] { return &taker; },
-                     [&clock] { return clock.Now(); });
+        ComInput input(&taker);
         {
             PtyPair pty;
             if (!pty.Ready())
                 QSKIP(qPrintable(pty.Why()));
             QVERIFY(pty.Open());
-            WriteFile(dir.filePath("comport.txt"),
-                      "COM\n" + pty.ProgramEnd().toLocal8Bit() + ",9600,n,8,1\n");
-            QVERIFY(com.Form_Load(dir.filePath("comport.txt")));
+            QVERIFY(input.Load("COM\n" + pty.ProgramEnd().toLocal8Bit() + ",9600,n,8,1\n"));
             QVERIFY(pty.Write("2"));
             QTRY_COMPARE(taker.keys, QList<int>{Qt::Key_F2});
         } // socat ends: its pseudo-terminals go
-        QTRY_COMPARE_WITH_TIMEOUT(reports.size(), 1, 5000);
-        QVERIFY2(reports[0].contains("has stopped"), qPrintable(reports[0]));
-        QVERIFY(!com.PortOpen());
+        QTRY_COMPARE_WITH_TIMEOUT(input.reports.size(), 1, 5000);
+        QVERIFY2(input.reports[0].contains("has stopped"), qPrintable(input.reports[0]));
+        QVERIFY(!input.com.PortOpen());
         QCOMPARE(taker.keys, QList<int>{Qt::Key_F2});
     }
 };

@@ -1,7 +1,4 @@
-// The ranking form in a run: the wording split into question and anchors, the shuffle from the
-// run's random source, dragging across the bar, the tidy and the second Continue that stores,
-// the first-touch times, the gap that scales with the screen, keys, and the faults of a
-// definition (no count, a time limit, missing labels, more labels than the data hold).
+// The ranking form in a run: anchors, shuffle, dragging, the tidy and store, times, faults.
 #include "run_fixture.h"
 
 #include <QFrame>
@@ -49,10 +46,8 @@ void ShowBAC(RunFixture& run) {
 }
 
 void WriteMessages(RunFixture& run) {
-    QFile messages(run.Folder() + "/program/styles/messages.txt");
-    QVERIFY(messages.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    messages.write("111,Note,\r\n118,Drag every answer across.,\r\n119,Is this your order?,\r\n"
-                   "\r\n");
+    WriteBytes(run.Folder() + "/program/styles/messages.txt",
+               "111,Note,\r\n118,Drag every answer across.,\r\n119,Is this your order?,\r\n\r\n");
 }
 
 QLabel* Label(RunFixture& run, int n) {
@@ -80,6 +75,12 @@ void DragAcross(RunFixture& run, int n, int top) {
     Drag(label, QPoint(bar - label->x() + 10, top - label->y()));
 }
 
+// Drags labels 1 to count across the bar, each level with where it stood.
+void DragAllAcross(RunFixture& run, int count) {
+    for (int n = 1; n <= count; ++n)
+        DragAcross(run, n, Label(run, n)->y());
+}
+
 void ClickTool(RunFixture& run, const QString& key) {
     QTest::mouseClick(run.Control<QPushButton>(key), Qt::LeftButton);
 }
@@ -94,30 +95,13 @@ private slots:
         QTest::addColumn<QString>("question");
         QTest::addColumn<QString>("bottom");
         QTest::addColumn<QString>("top");
-        QTest::newRow("question and both anchors") << "Rank them = Least , Most"
-                                                   << "Rank them"
-                                                   << "Least"
-                                                   << "Most";
-        QTest::newRow("a comma before the equals sign") << "First, rank=low,high, very"
-                                                        << "First, rank"
-                                                        << "low"
-                                                        << "high, very";
-        QTest::newRow("no anchors") << "Rank them"
-                                    << "Rank them"
-                                    << ""
-                                    << "";
-        QTest::newRow("equals sign first") << "=low,high"
-                                           << "=low,high"
-                                           << ""
-                                           << "";
-        QTest::newRow("nothing behind the comma") << "Rank=low,"
-                                                  << "Rank=low,"
-                                                  << ""
-                                                  << "";
-        QTest::newRow("no comma") << "Rank=low"
-                                  << "Rank=low"
-                                  << ""
-                                  << "";
+        AddTextRows<5>(
+            {{"anchors", "Rank them = Least , Most", "Rank them", "Least", "Most"},
+             {"comma first", "First, rank=low,high, very", "First, rank", "low", "high, very"},
+             {"no anchors", "Rank them", "Rank them", "", ""},
+             {"equals first", "=low,high", "=low,high", "", ""},
+             {"empty after comma", "Rank=low,", "Rank=low,", "", ""},
+             {"no comma", "Rank=low", "Rank=low", "", ""}});
     }
     void wordingGivesQuestionAndAnchors() {
         QFETCH(QString, wording);
@@ -167,6 +151,13 @@ private slots:
             QVERIFY(Label(run, n)->geometry().right() < bar);
         QVERIFY(Label(run, 1)->y() < Label(run, 2)->y());
         QVERIFY(Label(run, 2)->y() < Label(run, 3)->y());
+        // A label can't be dragged to the very top; the side move of such a drag stands.
+        QLabel* label = Label(run, 1);
+        const int top = label->y();
+        Drag(label, QPoint(5, -top));
+        QCOMPARE(label->y(), top);
+        Drag(label, QPoint(0, 1 - top));
+        QCOMPARE(label->y(), 1);
     }
 
     void ranksAreStoredOnTheSecondContinue() {
@@ -221,8 +212,7 @@ private slots:
         WriteMessages(run);
         run.Start(kHeader, Ranking(1, "r1", "(p3)") + Last(2));
         run.Wait(100);
-        for (int n = 1; n <= 3; ++n)
-            DragAcross(run, n, Label(run, n)->y()); // b, a, c in their order
+        DragAllAcross(run, 3); // b, a, c in their order
         ClickTool(run, "Continue");
         QCOMPARE(run.boxes.last().text, "Is this your order?");
         // Back across the bar: not all are ranked.
@@ -241,20 +231,7 @@ private slots:
         QCOMPARE(run.state.Responses().Value(1, 1, 3), "2"); // c
     }
 
-    void aLabelCantLeaveTheTop() {
-        RunFixture run;
-        run.Start(kHeader, Ranking(1, "r1", "(p3)") + Last(2));
-        run.Wait(100);
-        QLabel* label = Label(run, 1);
-        const int top = label->y();
-        Drag(label, QPoint(5, -top)); // to 0: refused, the side move stands
-        QCOMPARE(label->y(), top);
-        Drag(label, QPoint(0, 1 - top));
-        QCOMPARE(label->y(), 1);
-    }
-
-    // The gap between labels is 20 twips until the first press; from there on it follows the
-    // form's height, 20 twips for every 600 pixels.
+    // After the first press the gap between labels is 20 twips for every 600 pixels of height.
     void gapScalesWithTheScreen_data() {
         QTest::addColumn<int>("formHeight");
         QTest::addColumn<int>("gap");
@@ -268,8 +245,7 @@ private slots:
         run.Start(kHeader, Ranking(1, "r1", "(p3)") + Last(2));
         run.Wait(100);
         run.Form()->resize(run.Form()->width(), formHeight);
-        for (int n = 1; n <= 3; ++n)
-            DragAcross(run, n, Label(run, n)->y());
+        DragAllAcross(run, 3);
         ClickTool(run, "Continue");
         const int spread = Label(run, 3)->y() - Label(run, 1)->y();
         const int heights = Label(run, 1)->height() + Label(run, 2)->height();
@@ -283,8 +259,7 @@ private slots:
         WriteMessages(run);
         run.Start(kHeader, Ranking(1, "q1", "(p2)") + Ranking(2, "r2", "(p3)") + Last(3));
         run.Wait(100);
-        for (int n = 1; n <= 2; ++n)
-            DragAcross(run, n, Label(run, n)->y());
+        DragAllAcross(run, 2);
         ClickTool(run, "Continue");
         ClickTool(run, "Continue");
         QWidget* second = run.Form();
@@ -341,23 +316,24 @@ private slots:
         QVERIFY(run.boxes.last().text.contains("'r1' has a time limit (its d parameter)"));
         run.Wait(20000);
         QCOMPARE(run.Form(), form); // no limit: the item waits for its answer
-        for (int n = 1; n <= 2; ++n)
-            DragAcross(run, n, Label(run, n)->y());
+        DragAllAcross(run, 2);
         ClickTool(run, "Continue");
         ClickTool(run, "Continue");
         QVERIFY(run.Form() != form);
         QVERIFY(!run.state.Responses().Value(1, 1, 1).isEmpty());
     }
 
-    void missingLabelsAreNamedSo() {
+    void missingLabelsWidthAndFontSize() {
         RunFixture run;
-        run.Start(kHeader, Ranking(1, "r1", "(p3)", "Rank", "a,none,") + Last(2));
+        run.Start(kHeader, Ranking(1, "r1", "(p3,w150,s12)", "Rank", "a,none,") + Last(2));
         run.Wait(100);
         QStringList shown;
         for (int n = 1; n <= 3; ++n)
             shown << Label(run, n)->text();
         shown.sort();
         QCOMPARE(shown, QStringList({" <missing label> ", " <missing label> ", " a "}));
+        QCOMPARE(Label(run, 1)->width(), 150);
+        QCOMPARE(Label(run, 1)->font().pointSizeF(), 12.0);
     }
 
     // Labels beyond the twelfth have no text; beyond the thirtieth there are no controls.
@@ -387,16 +363,7 @@ private slots:
         QCOMPARE(missing, shown - 3); // labels 1 to 3 have texts
     }
 
-    void widthAndFontSizeOfTheLabels() {
-        RunFixture run;
-        run.Start(kHeader, Ranking(1, "r1", "(p3,w150,s12)") + Last(2));
-        run.Wait(100);
-        QCOMPARE(Label(run, 1)->width(), 150);
-        QCOMPARE(Label(run, 1)->font().pointSizeF(), 12.0);
-    }
-
-    // A type written in lower case gives the item one variable: what fits is kept, the rest is
-    // told once, and the run goes on.
+    // Lower-case "ranking" has one variable: what fits is kept, the rest told once.
     void moreLabelsThanTheDataHold() {
         RunFixture run;
         ShowBAC(run);
@@ -404,8 +371,7 @@ private slots:
         run.Wait(100);
         const qsizetype before = run.boxes.size();
         run.Wait(100);
-        for (int n = 1; n <= 3; ++n)
-            DragAcross(run, n, Label(run, n)->y());
+        DragAllAcross(run, 3);
         QCOMPARE(run.boxes.size(), before + 1);
         QVERIFY(run.boxes.last().text.contains("'r1' has more labels than the data have room"));
         ClickTool(run, "Continue");

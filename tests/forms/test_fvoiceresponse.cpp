@@ -1,7 +1,5 @@
-// The voice response form in a run, fed through the voice input's seam with samples of a known
-// onset: the voice time in the first variable, the coding tick in the second, the two presses of
-// Continue, the recording as a wave file, the names that keep no recording, the time limit, and
-// a run without a sound input or whose input goes away.
+// The voice response form in a run, fed samples of a known onset through the voice input's seam:
+// voice time, coding tick, the recording, the time limit, and a sound input missing or lost.
 #include "devices/fed_sample_source.h"
 #include "devices/voice_input.h"
 #include "devices/voice_onset.h"
@@ -76,12 +74,6 @@ public:
 
 QPushButton* Box(RunFixture& run, int n) {
     return run.Control<QPushButton>(QString("chkResponse(%1)").arg(n));
-}
-
-// A key as the keyboard gives it: to the focused control, which the form watches.
-void Key(RunFixture& run, Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
-    QWidget* form = run.Form();
-    QTest::keyClick(form->focusWidget() ? form->focusWidget() : form, key, modifiers);
 }
 
 // Lets a newly shown form paint and its key start.
@@ -195,61 +187,54 @@ private slots:
         RunFixture run;
         Begin(run, Voice(1, "v", "(p2)", "k.wav", "right,wrong") + Scale(2, "next"));
         QWidget* form = run.Form();
-        Key(run, Qt::Key_Space); // in the first 200 ms: nothing
+        run.Key(Qt::Key_Space); // in the first 200 ms: nothing
         QCOMPARE(run.Form(), form);
         QCOMPARE(run.state.Responses().Time(1, 1, 1), 0);
         run.Wait(300);
-        Key(run, Qt::Key_1);
+        run.Key(Qt::Key_1);
         QVERIFY(Box(run, 1)->isChecked());
         QCOMPARE(run.state.Responses().Time(1, 1, 2), 300);
-        Key(run, Qt::Key_Space);
+        run.Key(Qt::Key_Space);
         QCOMPARE(run.Form(), form); // the first press ends the recording
         QCOMPARE(run.state.Responses().Time(1, 1, 1), 200);
-        Key(run, Qt::Key_Space);
+        run.Key(Qt::Key_Space);
         QCOMPARE(run.Form()->objectName(), "fScale");
         QCOMPARE(run.state.Responses().Value(1, 1, 2), "1");
         QCOMPARE(run.state.Responses().Value(1, 1, 1), "k.wav");
     }
 
-    void noBoxesOneVariable_data() {
+    // Without boxes the item has one variable; names that keep no recording store "voice".
+    void boxesAndRecordingNames_data() {
         QTest::addColumn<QString>("parameters");
-        QTest::newRow("p0") << "(p0)";
-        QTest::newRow("none") << "none";
-        QTest::newRow("empty") << "";
+        QTest::addColumn<QString>("file");
+        QTest::addColumn<QString>("value");
+        AddTextRows<4>({{"p0", "(p0)", "a.wav", "a.wav"},
+                        {"none", "none", "a.wav", "a.wav"},
+                        {"no count", "", "a.wav", "a.wav"},
+                        {"file none", "(p2)", "none", "voice"},
+                        {"no file", "(p2)", "", "voice"},
+                        {"drive letter", "(p2)", "c:/take.wav", "voice"},
+                        {"absolute path", "(p2)", "/tmp/take.wav", "voice"}});
     }
-    void noBoxesOneVariable() {
+    void boxesAndRecordingNames() {
         QFETCH(QString, parameters);
+        QFETCH(QString, file);
+        QFETCH(QString, value);
         FedInput input(Spoken(8820, 44100, 30));
         RunFixture run;
-        Begin(run, Voice(1, "v", parameters, "a.wav") + Scale(2, "next"));
-        QCOMPARE(run.state.Variables.VariableCount(1, 1), qint16(1));
-        QVERIFY(!Box(run, 1)->isVisible());
+        Begin(run, Voice(1, "v", parameters, file) + Scale(2, "next"));
+        const bool boxes = parameters == "(p2)";
+        QCOMPARE(run.state.Variables.VariableCount(1, 1), qint16(boxes ? 2 : 1));
+        QCOMPARE(Box(run, 1)->isVisible(), boxes);
         run.Wait(400);
         Continue(run);
+        QCOMPARE(run.state.Responses().Value(1, 1, 1), value);
+        QCOMPARE(run.state.Responses().Time(1, 1, 1), 200);
+        QCOMPARE(QDir(run.Folder() + "/data/voice/s1").entryList(QDir::Files).isEmpty(),
+                 value == "voice");
+        QVERIFY(run.boxes.isEmpty());
         Continue(run);
         QCOMPARE(run.Form()->objectName(), "fScale");
-        QCOMPARE(run.state.Responses().Time(1, 1, 1), 200);
-    }
-
-    // Names that keep no recording store "voice"; the time is there all the same.
-    void namesWithoutRecording_data() {
-        QTest::addColumn<QString>("file");
-        QTest::newRow("none") << "none";
-        QTest::newRow("empty") << "";
-        QTest::newRow("drive letter") << "c:/take.wav";
-        QTest::newRow("absolute path") << "/tmp/take.wav";
-    }
-    void namesWithoutRecording() {
-        QFETCH(QString, file);
-        FedInput input(Spoken(8820, 44100, 30));
-        RunFixture run;
-        Begin(run, Voice(1, "v", "(p2)", file) + Scale(2, "next"));
-        run.Wait(400);
-        Continue(run);
-        QCOMPARE(run.state.Responses().Value(1, 1, 1), "voice");
-        QCOMPARE(run.state.Responses().Time(1, 1, 1), 200);
-        QVERIFY(QDir(run.Folder() + "/data/voice/s1").entryList(QDir::Files).isEmpty());
-        QVERIFY(run.boxes.isEmpty());
     }
 
     // A participant who never speaks: the limit stops the key, and the item stays for Continue.
@@ -301,8 +286,7 @@ private slots:
         SetVoiceInput([](RunClock&) { return std::make_unique<NoInput>(); });
         RunFixture run;
         run.Start(kHeader, Voice(1, "v", "(p2)", "a.wav") + Voice(2, "w", "(p2)", "b.wav"));
-        for (int round = 0; round < 3; ++round)
-            QApplication::processEvents();
+        Settle();
         run.Wait(750);
         Continue(run);
         Continue(run);
@@ -380,7 +364,7 @@ private slots:
         RunFixture run;
         Begin(run, Voice(1, "v", "(p2)", "end.wav") + Scale(2, "next"));
         run.Wait(400);
-        Key(run, Qt::Key_Right, Qt::ControlModifier | Qt::AltModifier);
+        run.Key(Qt::Key_Right, Qt::ControlModifier | Qt::AltModifier);
         QApplication::processEvents();
         // The run has ended and written its data: the voice time is there, the tick and the
         // next item aren't.

@@ -1,6 +1,4 @@
-// The fill-in-the-blank and essay forms in a run: the mask's boxes and the focus moving among
-// them, the length limit, the range test and its messages, what is stored and when the time
-// ends, the first-key time, the essay's key log, line breaks and its ways to end.
+// The fill-in-the-blank and essay forms in a run: masks, limits, range tests, times, key logs.
 #include "run_fixture.h"
 
 #include <QLabel>
@@ -26,19 +24,10 @@ QString FillBlank(int number, const QString& name, const QString& parameters) {
     return Item(number, "fill-in-the-blank", name, parameters);
 }
 
-QString Essay(int number, const QString& name, const QString& parameters) {
-    return Item(number, "essay", name, parameters);
-}
-
 void UseMessages(RunFixture& run) {
     WriteBytes(QDir(run.Folder()).filePath("program/styles/messages.txt"),
                "103,Empty.,\r\n104,Not a number.,\r\n105,\"From \",\r\n110,No essay.,\r\n"
                "111,Note,\r\n113,Short answers.,\r\n122,Full.,\r\n\r\n");
-}
-
-void Press(QWidget* form, Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
-    QWidget* target = form->focusWidget() ? form->focusWidget() : form;
-    QTest::keyClick(target, key, modifiers);
 }
 
 // Types each character into whatever has the focus at that moment, as a participant does.
@@ -59,8 +48,7 @@ QStringList BoxTexts(const RunFixture& run) {
     return texts;
 }
 
-// The boxes that the items showed: the fixture's program folder has no preference file, which
-// the start of every run reports.
+// The boxes the items showed, without the start's note of the missing preference file.
 QList<MessageBox> Shown(const RunFixture& run) {
     QList<MessageBox> shown;
     for (const MessageBox& box : run.boxes) {
@@ -86,12 +74,12 @@ private slots:
         QCOMPARE(FocusName(run), "Box(1)");
         Type(run.Form(), "555");
         QCOMPARE(FocusName(run), "Box(5)"); // the fixed dash is passed over
-        Press(run.Form(), Qt::Key_Backspace);
+        run.Key(Qt::Key_Backspace);
         QCOMPARE(FocusName(run), "Box(3)"); // from an empty box to the left, over the dash
-        Press(run.Form(), Qt::Key_Backspace);
+        run.Key(Qt::Key_Backspace);
         QCOMPARE(FocusName(run), "Box(3)"); // a box with a character deletes it first
         QCOMPARE(BoxTexts(run)[2], "");
-        Press(run.Form(), Qt::Key_Left);
+        run.Key(Qt::Key_Left);
         QCOMPARE(FocusName(run), "Box(2)");
         Type(run.Form(), "91");
         QCOMPARE(BoxTexts(run)[1], "9"); // the character replaced the old one
@@ -99,7 +87,7 @@ private slots:
         QCOMPARE(FocusName(run), "Box(8)"); // the last box keeps the focus
         QCOMPARE(BoxTexts(run), QStringList({"5", "9", "1", "[-]", "2", "3", "4", "6"}));
         run.Wait(800);
-        Press(run.Form(), Qt::Key_Return);
+        run.Key(Qt::Key_Return);
         QCOMPARE(run.state.Responses().Value(1, 1, 1), "591-2346");
         QCOMPARE(run.state.Responses().Time(1, 1, 1), 800);
     }
@@ -110,7 +98,7 @@ private slots:
                   FillBlank(1, "long", "(m" + QString(24, '*') + "ab)") + FillBlank(2, "next", ""));
         QCOMPARE(BoxTexts(run).size(), 24);
         Type(run.Form(), "x");
-        Press(run.Form(), Qt::Key_Return);
+        run.Key(Qt::Key_Return);
         QCOMPARE(run.state.Responses().Value(1, 1, 1), "x"); // the characters past 24 are lost
     }
 
@@ -118,33 +106,15 @@ private slots:
         QTest::addColumn<QString>("parameters");
         QTest::addColumn<QString>("typed");
         QTest::addColumn<QString>("message");
-        QTest::newRow("decimal") << "(r1-7)"
-                                 << "2.5"
-                                 << "Not a number.";
-        QTest::newRow("above") << "(r1-7)"
-                               << "8"
-                               << "From 1 to 7";
-        QTest::newRow("lone minus") << "(r1-7)"
-                                    << "-"
-                                    << "From 1 to 7";
-        QTest::newRow("blanks only") << "(r1-7)"
-                                     << "   "
-                                     << "Empty.";
-        QTest::newRow("inside") << "(r1-7)"
-                                << "7"
-                                << "";
-        QTest::newRow("negative") << "(r-5-5)"
-                                  << "-3"
-                                  << "";
-        QTest::newRow("0 to 0 tests nothing") << "(r0-0)"
-                                              << "abc"
-                                              << "";
-        QTest::newRow("mask date") << "(m**-**,r1-31)"
-                                   << "3112"
-                                   << "";
-        QTest::newRow("mask date, day") << "(m**-**,r1-31)"
-                                        << "3201"
-                                        << "From 1 to 31";
+        AddTextRows<4>({{"decimal", "(r1-7)", "2.5", "Not a number."},
+                        {"above", "(r1-7)", "8", "From 1 to 7"},
+                        {"lone minus", "(r1-7)", "-", "From 1 to 7"},
+                        {"blanks only", "(r1-7)", "   ", "Empty."},
+                        {"inside", "(r1-7)", "7", ""},
+                        {"negative", "(r-5-5)", "-3", ""},
+                        {"0 to 0 tests nothing", "(r0-0)", "abc", ""},
+                        {"mask date", "(m**-**,r1-31)", "3112", ""},
+                        {"mask date, day", "(m**-**,r1-31)", "3201", "From 1 to 31"}});
     }
     void rangeTest() {
         QFETCH(QString, parameters);
@@ -155,7 +125,7 @@ private slots:
         run.Start(kHeader, FillBlank(1, "n", parameters) + FillBlank(2, "next", ""));
         QWidget* form = run.Form();
         Type(form, typed);
-        Press(form, Qt::Key_Return);
+        run.Key(Qt::Key_Return);
         if (message.isEmpty()) {
             QVERIFY(run.Form() != form);
             QVERIFY(Shown(run).isEmpty());
@@ -173,10 +143,9 @@ private slots:
         QTest::addColumn<QString>("parameters");
         QTest::addColumn<QString>("told");
         QTest::addColumn<bool>("passedOver");
-        QTest::newRow("reversed") << "(r9-2)"
-                                  << "has the range (r9-2), which can't be read" << false;
-        QTest::newRow("no dash") << "(r5)"
-                                 << "has the range (r5), which can't be read" << false;
+        const QString unread = "has the range %1, which can't be read";
+        QTest::newRow("reversed") << "(r9-2)" << unread.arg("(r9-2)") << false;
+        QTest::newRow("no dash") << "(r5)" << unread.arg("(r5)") << false;
         QTest::newRow("slash date") << "(m**/**,r1-31)"
                                     << "has a range and the mask (m**/**), whose fixed" << false;
         QTest::newRow("no blank") << "(mab-c)"
@@ -200,7 +169,7 @@ private slots:
         }
         // The answer is taken without a range test.
         Type(run.Form(), "12/40");
-        Press(run.Form(), Qt::Key_Return);
+        run.Key(Qt::Key_Return);
         QCOMPARE(run.state.CurrentQuestion, qint16(2));
         QVERIFY(!run.state.Responses().Value(1, 1, 1).isEmpty());
     }
@@ -215,7 +184,7 @@ private slots:
         QCOMPARE(box->toPlainText(), "abcde");
         QCOMPARE(Shown(run).size(), 1); // at the sixth key
         QCOMPARE(Shown(run)[0].text, "Full.");
-        Press(run.Form(), Qt::Key_Backspace); // no notice for a deletion
+        run.Key(Qt::Key_Backspace); // no notice for a deletion
         QCOMPARE(Shown(run).size(), 1);
         QCOMPARE(box->toPlainText(), "abcd");
     }
@@ -225,7 +194,7 @@ private slots:
         // With a spacing factor above 1 Enter makes a line break; Continue ends the item.
         run.Start(kHeader, FillBlank(1, "text", "(s2)") + FillBlank(2, "next", "<text>!"));
         Type(run.Form(), " a,b");
-        Press(run.Form(), Qt::Key_Return);
+        run.Key(Qt::Key_Return);
         Type(run.Form(), "c ");
         QCOMPARE(run.state.CurrentQuestion, qint16(1));
         QTest::mouseClick(run.Control<QWidget>("Continue"), Qt::LeftButton);
@@ -239,7 +208,7 @@ private slots:
                   "1,fill-in-the-blank,Say it.,said,answer.txt,none\n"
                   "2,fill-in-the-blank,Next.,next,,none\n");
         Type(run.Form(), "red, green");
-        Press(run.Form(), Qt::Key_Return);
+        run.Key(Qt::Key_Return);
         QCOMPARE(ReadAll(QDir(run.Folder()).filePath("answer.txt")), "red green~\r\n");
     }
 
@@ -247,11 +216,11 @@ private slots:
         RunFixture run;
         run.Start(kHeader, FillBlank(1, "one", "") + FillBlank(2, "two", ""));
         Type(run.Form(), "x");
-        Press(run.Form(), Qt::Key_Return);
+        run.Key(Qt::Key_Return);
         QWidget* second = run.Form();
         run.Wait(500);
         Type(second, "a b");
-        Press(second, Qt::Key_Backspace);
+        run.Key(Qt::Key_Backspace);
         QCOMPARE(run.Form(), second);
         QCOMPARE(run.Control<QPlainTextEdit>("txFillBlank")->toPlainText(), "a ");
     }
@@ -261,11 +230,11 @@ private slots:
         run.Start(kHeader, FillBlank(1, "k", "(k1)") + FillBlank(2, "nokey", "(k1,m*-*)") +
                                FillBlank(3, "last", ""));
         run.Wait(300);
-        Press(run.Form(), Qt::Key_Shift); // the first key counts, whatever it is
+        run.Key(Qt::Key_Shift); // the first key counts, whatever it is
         run.Wait(200);
         Type(run.Form(), "x");
         run.Wait(500);
-        Press(run.Form(), Qt::Key_Return);
+        run.Key(Qt::Key_Return);
         QCOMPARE(run.state.Responses().Time(1, 1, 1), 300);
         // Continued without a key: there is no first key, so no time.
         run.Wait(400);
@@ -291,17 +260,17 @@ private slots:
 
     void essayKeyLogAndLineBreak() {
         RunFixture run;
-        run.Start(kHeader, Essay(1, "story", "(k32)") + FillBlank(2, "next", ""));
+        run.Start(kHeader, Item(1, "essay", "story", "(k32)") + FillBlank(2, "next", ""));
         QCOMPARE(run.Control<QLabel>("lQuestion")->text(), "Say it.");
         run.Wait(400);
         Type(run.Form(), "Hi there");
-        Press(run.Form(), Qt::Key_Return); // an ordinary line break
+        run.Key(Qt::Key_Return); // an ordinary line break
         run.Wait(600);
         Type(run.Form(), "bye ");
-        Press(run.Form(), Qt::Key_Right); // alone, it moves the caret and ends nothing
+        run.Key(Qt::Key_Right); // alone, it moves the caret and ends nothing
         QCOMPARE(run.state.CurrentQuestion, qint16(1));
         run.Wait(100);
-        Press(run.Form(), Qt::Key_Escape);
+        run.Key(Qt::Key_Escape);
         QCOMPARE(run.state.Responses().Value(1, 1, 1), "ok");
         QCOMPARE(run.state.Responses().Time(1, 1, 1), 1100);
         const QByteArray text = ReadAll(QDir(run.Folder()).filePath("data/story.txt"));
@@ -315,18 +284,18 @@ private slots:
     void essayEndings() {
         RunFixture run;
         UseMessages(run);
-        run.Start(kHeader,
-                  Essay(1, "e1", "(k1,p3)") + Essay(2, "e2", "(d3)") + FillBlank(3, "next", ""));
+        run.Start(kHeader, Item(1, "essay", "e1", "(k1,p3)") + Item(2, "essay", "e2", "(d3)") +
+                               FillBlank(3, "next", ""));
         QWidget* form = run.Form();
         run.Wait(250);
-        Press(form, Qt::Key_Escape); // nothing written yet
+        run.Key(Qt::Key_Escape); // nothing written yet
         QCOMPARE(run.Form(), form);
         QCOMPARE(Shown(run).last().text, "No essay.");
         run.Wait(250);
         Type(form, "abcd");
         QCOMPARE(Shown(run).last().text, "Full.");
         QCOMPARE(Shown(run).size(), 2);
-        Press(form, Qt::Key_Backspace);
+        run.Key(Qt::Key_Backspace);
         QCOMPARE(Shown(run).size(), 2);
         run.Wait(500);
         QTest::mouseClick(run.Control<QWidget>("Continue"), Qt::LeftButton);
