@@ -506,15 +506,6 @@ private slots:
         QVERIFY(asked || !QFile::exists(note));
     }
 
-    void toolsThatAreMissingSaySo() {
-        Start();
-        Action("mMergeData")->trigger();
-        Action("mnuCVXEdit")->trigger();
-        QCOMPARE(m_boxes.size(), 2);
-        QVERIFY(m_boxes[0].text.contains("utilities/filemerge/filemerge"));
-        QVERIFY(m_desktop.started.isEmpty());
-    }
-
     // Full screen, marks every 100 px in the preferences' look, the sample at l200 t100.
     void theLocationAndSizingScreensOpen_data() {
         QTest::addColumn<QString>("action");
