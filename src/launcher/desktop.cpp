@@ -68,11 +68,6 @@ void SystemDesktop::OpenInBrowser(const QUrl& page, const std::function<void()>&
     opener->start(QStringLiteral("xdg-open"), {page.toString()});
 }
 
-bool SystemDesktop::StartProgram(const QString& program, const QStringList& arguments,
-                                 const QString& folder) {
-    return QProcess::startDetached(program, arguments, folder);
-}
-
 bool SystemDesktop::SlideShowRunning() {
     // The office suite keeps one process per profile and hands every later start, a slide show
     // too, to it: a visible instance counts, not only one that shows slides.

@@ -1,5 +1,5 @@
 // What the launcher asks of the desktop around it: opening a file or folder with the program
-// the desktop chooses, starting a program, probing for a running slide-show program and setting
+// the desktop chooses, probing for a running slide-show program and setting
 // the keyboard's repeat. One seam, so that tests see what would have been opened.
 #pragma once
 
@@ -21,9 +21,6 @@ public:
     /// Opens a page in the desktop's web browser. `failed` is called, at once or when the
     /// desktop reports it moments later, when no browser takes the page.
     virtual void OpenInBrowser(const QUrl& page, const std::function<void()>& failed);
-    /// Starts a program without waiting for it.
-    virtual bool StartProgram(const QString& program, const QStringList& arguments,
-                              const QString& folder) = 0;
     /// True while a program that would take slide shows away from a run is running.
     virtual bool SlideShowRunning() = 0;
     /// The quickest keyboard repeat that the window system offers, so that a participant
@@ -41,8 +38,6 @@ public:
     bool OpenUrl(const QUrl& url) override;
     bool CanStartBrowser() override;
     void OpenInBrowser(const QUrl& page, const std::function<void()>& failed) override;
-    bool StartProgram(const QString& program, const QStringList& arguments,
-                      const QString& folder) override;
     bool SlideShowRunning() override;
     void SetQuickestKeyRepeat() override;
 

@@ -64,15 +64,10 @@ public:
         return openSucceeds;
     }
     bool CanStartBrowser() override { return browserUsable; }
-    bool StartProgram(const QString& program, const QStringList&, const QString&) override {
-        started << program;
-        return true;
-    }
     bool SlideShowRunning() override { return slideShow; }
     void SetQuickestKeyRepeat() override { ++repeatSet; }
 
     QList<QUrl> opened;
-    QStringList started;
     bool slideShow = false;
     int repeatSet = 0;
     bool openSucceeds = true;

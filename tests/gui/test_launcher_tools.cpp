@@ -32,7 +32,6 @@ public:
         opened << url.toLocalFile();
         return true;
     }
-    bool StartProgram(const QString&, const QStringList&, const QString&) override { return true; }
     bool SlideShowRunning() override { return false; }
     void SetQuickestKeyRepeat() override {}
     QStringList opened;
