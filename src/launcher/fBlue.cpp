@@ -708,7 +708,12 @@ void fBlue::mnuCVXEdit_Click() {
         return;
     RememberOpenDialogFolder(path);
     const QFileInfo definition(path);
-    const QString csv = definition.dir().filePath(definition.completeBaseName() + QStringLiteral(".csv"));
+    // As the templates name them: NAME.csv makes NAME.que, NAME_exp.csv makes NAME.exp.
+    const bool experiment =
+        definition.suffix().compare(QLatin1String("exp"), Qt::CaseInsensitive) == 0;
+    const QString csv = definition.dir().filePath(
+        definition.completeBaseName() +
+        (experiment ? QStringLiteral("_exp.csv") : QStringLiteral(".csv")));
     if (!QFileInfo::exists(csv)) {
         try {
             const QByteArray text = ExportDefinitionFile(path).toUtf8();

@@ -82,32 +82,49 @@ private slots:
     }
 
     // The CSV beside the definition is its source and is opened as it stands; without one, the
-    // definition is written out to it first.
+    // definition is written out to it first. An experiment's CSV is NAME_exp.csv, so that the
+    // questionnaire's NAME.csv beside it is not taken for it.
     void theEditorOpensTheDefinitionsCsv_data() {
+        QTest::addColumn<QString>("file");
+        QTest::addColumn<QString>("csvName");
         QTest::addColumn<bool>("csvThere");
-        QTest::newRow("written out") << false;
-        QTest::newRow("as it stands") << true;
+        QTest::addColumn<QByteArray>("written");
+        QTest::newRow("questionnaire, written out")
+            << "mood.que"
+            << "mood.csv" << false << QByteArray("scale response");
+        QTest::newRow("questionnaire, as it stands")
+            << "mood.que"
+            << "mood.csv" << true << QByteArray("kept as the lab wrote it\n");
+        QTest::newRow("experiment") << "mood.exp"
+                                    << "mood_exp.csv" << false << QByteArray("mood.que");
     }
     void theEditorOpensTheDefinitionsCsv() {
+        QFETCH(QString, file);
+        QFETCH(QString, csvName);
         QFETCH(bool, csvThere);
-        const QByteArray source = "questionnumber,QuestionType,QuestionWording,VariableName\n"
-                                  "1,scale response,Calm?,calm\n";
-        const QString que = m_dir.filePath("study/mood.que");
-        const QString csv = m_dir.filePath("study/mood.csv");
-        QVERIFY(QDir().mkpath(m_dir.filePath("study")));
-        CreateDefinitionFile(que, "source.csv", QString::fromUtf8(source),
+        QFETCH(QByteArray, written);
+        const QByteArray items = "questionnumber,QuestionType,QuestionWording,VariableName\n"
+                                 "1,scale response,Calm?,calm\n";
+        const QByteArray steps = "Condition,position,file\n1,1,mood.que\n";
+        QTemporaryDir study;
+        CreateDefinitionFile(study.filePath("mood.que"), "mood.csv", QString::fromUtf8(items),
                              DefinitionKind::Questionnaire, std::nullopt);
+        CreateDefinitionFile(study.filePath("mood.exp"), "mood_exp.csv", QString::fromUtf8(steps),
+                             DefinitionKind::Experiment, std::nullopt);
+        const QString csv = study.filePath(csvName);
         if (csvThere)
-            Write(csv, "kept as the lab wrote it\n");
-        m_dialogs.answers = {que};
+            Write(csv, written);
+        if (file.endsWith(".exp"))
+            Write(study.filePath("mood.csv"), items);
+        m_dialogs.answers = {study.filePath(file)};
         Trigger("mnuCVXEdit");
         QCOMPARE(m_desktop.opened, QStringList{csv});
-        QFile file(csv);
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        const QByteArray text = file.readAll();
-        QVERIFY(csvThere ? text == "kept as the lab wrote it\n"
-                         : text.contains("scale response") && text.contains("calm"));
-        QVERIFY(m_boxes.last().text.endsWith("corvane-def create '" + que + "' '" + csv + "'"));
+        QFile opened(csv);
+        QVERIFY(opened.open(QIODevice::ReadOnly));
+        const QByteArray text = opened.readAll();
+        QVERIFY2(csvThere ? text == written : text.contains(written), text.constData());
+        QVERIFY(m_boxes.last().text.endsWith("corvane-def create '" + study.filePath(file) + "' '" +
+                                             csv + "'"));
     }
 
 private:
